@@ -1,0 +1,82 @@
+/// @file ZVAlgorithmManager.h
+/// @brief Image-to-raster conversions: gray levels, binarisation, dithering,
+/// print-data assembly and tone operations.
+#pragma once
+
+#include <zvprinter/ZVBitmapSlice.h>
+#include <zvprinter/ZVExport.h>
+#include <zvprinter/ZVImage.h>
+#include <zvprinter/ZVTypes.h>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+/// Stateless conversions; every operation may run on any thread.
+///
+/// Rasters are 1 bit per pixel, ((width + 7) / 8) bytes per row, leftmost
+/// pixel in the most significant bit, rows top first. Print data of the
+/// threshold and error-diffusion modes is inverted (0 = dot); the clustered
+/// mode's is not.
+///
+/// Compress mode 48 ('0') selects LZO1X, 0 the raw raster; any other value
+/// gives an empty buffer. With LZO, @p package cuts the raster into framed
+/// row blocks (12-byte header each); without it the whole raster is one
+/// stream with no header.
+class ZV_EXPORT ZVAlgorithmManager {
+public:
+  ZVAlgorithmManager() = delete;
+
+  // Gray levels: width x height bytes, 0 black .. 255 white.
+
+  /// Gray levels with the histogram weighting (input of the Otsu search).
+  static ZVData graylevel256Datas(const ZVImage &image);
+  /// Gray levels as a gray colour space would draw them (Rec. 601 luma of the
+  /// image composited onto black, rounded).
+  static ZVData systemGraylevel256Datas(const ZVImage &image);
+  /// Gray levels with the print weighting; an image exactly 432 pixels wide
+  /// is stretched to 1.5 times its height first.
+  static ZVData hdImage256Datas(const ZVImage &image);
+  /// Gray levels with the print weighting, inverted when @p reverse is set.
+  static ZVData generateCluserGaryDatas(const ZVImage &image, bool reverse);
+
+  // Binarisation (mode 0).
+
+  /// Print data of the threshold mode: the Otsu threshold, or @p threshold
+  /// when @p custom is set. std::nullopt when the image cannot be drawn.
+  static std::optional<ZVData> generateBinaryData(const ZVImage &image, int64_t compress,
+                                                  bool package, bool custom, uint8_t threshold);
+  /// The Otsu-thresholded raster (1 = dot) as numbered frames.
+  static std::optional<std::vector<ZVBitmapSlice>> generateBinaryArray(const ZVImage &image);
+  /// Complements @p memoryLength bytes in place; nothing when it is below 1.
+  /// Returns @p buffer.
+  static uint8_t *negativeBuffer(uint8_t *buffer, int32_t memoryLength);
+
+  // Error diffusion (mode 1) and clustered dot (mode 2).
+
+  static std::optional<ZVData> generateDitheringData(const ZVImage &image, int64_t compress,
+                                                     bool package);
+  static std::optional<std::vector<ZVBitmapSlice>> generateDitheringArray(const ZVImage &image);
+  static std::optional<ZVData> generateCLosureData(const ZVImage &image, int64_t compress,
+                                                   bool package);
+  static std::optional<std::vector<ZVBitmapSlice>> generateClusterArray(const ZVImage &image);
+
+  // Print-data assembly. @p bitmap must hold @p memoryLength bytes.
+
+  /// Raw copy, one LZO1X stream, or framed row blocks, by @p compressMod and
+  /// @p packeage; empty for an unknown compress mode or a length below 1.
+  static ZVData managerData(const uint8_t *bitmap, int32_t memoryLength, int32_t bitmapWidth,
+                            int32_t height, int64_t compressMod, bool packeage);
+  /// The framed row blocks of managerData as numbered slices.
+  static std::vector<ZVBitmapSlice> generateBitmapSlices(const uint8_t *bitmap,
+                                                         int32_t memoryLength, int32_t bitmapWidth,
+                                                         int32_t height);
+
+  // Tone operations.
+
+  /// 3 x 3 sharpening of the image drawn at its size in points (scale 1).
+  static std::optional<ZVImage> imageToSharpen(const ZVImage &image);
+  /// The image drawn at its size in points with opaque pure white made
+  /// transparent.
+  static std::optional<ZVImage> imageToTransparent(const ZVImage &image);
+};

@@ -1,0 +1,84 @@
+/* ZVPrinterC.h: the version constants and the plain functions of zvprinter,
+ * with C linkage, usable from C and C++. */
+#ifndef ZVPRINTER_C_H
+#define ZVPRINTER_C_H
+
+#include <zvprinter/ZVExport.h>
+
+#include <stddef.h>
+#include <stdint.h>
+#ifndef __cplusplus
+#include <stdbool.h>
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Library version number: 1.0. */
+ZV_EXPORT extern const double ZVPrinterSDKVersionNumber;
+/** Library version text, ending in a line feed. */
+ZV_EXPORT extern const unsigned char ZVPrinterSDKVersionString[];
+
+/** The reflected CRC-32 table for polynomial 0xEDB88320. */
+ZV_EXPORT extern const uint32_t zv_print_crc32tab[256];
+
+/**
+ * Compresses @p length bytes at @p input into an LZO1X-1 stream at @p output
+ * and returns the number of bytes written (end-of-stream marker included).
+ * @p output must hold at least length + length / 16 + 64 + 3 bytes.
+ * Thread safety: see the documentation of the implementation in the README's
+ * "Threads" section; calls from several threads at once are safe.
+ */
+ZV_EXPORT size_t zv_lzo_compress(const uint8_t *input, uint32_t length, uint8_t *output);
+
+/**
+ * Standard CRC-32 (as zlib's crc32): pass 0 to start, or an earlier result to
+ * continue over more bytes. A length of 0 returns @p crc unchanged.
+ */
+ZV_EXPORT uint32_t zv_print_crc32(uint32_t crc, const uint8_t *bytes, uint32_t length);
+
+/**
+ * Otsu threshold (0..255) of @p width x @p height gray bytes; 4294967295 when
+ * @p gray is null or a side is below 1.
+ */
+ZV_EXPORT uint32_t ZVOtsu(const uint8_t *gray, int32_t width, int32_t height);
+
+/**
+ * Clustered-dot dither of inverted gray bytes (255 = black) into a zero-filled
+ * 1-bit raster of ((width + 7) / 8) x height bytes, 1 = dot.
+ */
+ZV_EXPORT void ZVBayerCluster(const uint8_t *gray, uint32_t width, int32_t height, uint8_t *out);
+
+/**
+ * Dispersed 8 x 8 Bayer dither, same layout as ZVBayerCluster; bits past the
+ * end of each row are cleared. The return value has no meaning.
+ */
+ZV_EXPORT int HTBayerDisperse(const uint8_t *gray, int32_t width, int32_t height, uint8_t *out);
+
+/**
+ * Applies a 256-entry tone curve to every byte of a plane whose rows are
+ * padded to a multiple of 4 bytes. gammaType false: power law 1 / gamma;
+ * true: natural cubic spline through (0.1 k, curve[k]), k = 0..10.
+ */
+ZV_EXPORT void GammaCorrectiom_New(const uint8_t *src, int32_t width, uint32_t height,
+                                   uint32_t channels, uint8_t *dst, bool gammaType,
+                                   const double *curve, float gamma);
+
+/**
+ * 5 x 5 Laplacian sharpening followed by serpentine error diffusion to
+ * @p levelCount gray levels. Planes are padded to a multiple of 4 bytes per
+ * row; @p work holds one float per byte of the padded plane.
+ */
+ZV_EXPORT void SharpLaplacianCl_New(uint8_t *out, const uint8_t *src, int32_t width, int32_t height,
+                                    uint32_t levelCount, const float *levels, uint8_t *paletteOut,
+                                    float *work, double strength);
+
+/** Clamps @p value to 0..255. */
+ZV_EXPORT int32_t clamp(int32_t value);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

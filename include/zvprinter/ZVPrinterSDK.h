@@ -1,0 +1,12 @@
+/// @file ZVPrinterSDK.h
+/// @brief Umbrella header: includes the whole public API of zvprinter.
+#pragma once
+
+#include <zvprinter/ZVAlgorithmManager.h>
+#include <zvprinter/ZVBitmapManager.h>
+#include <zvprinter/ZVBitmapSlice.h>
+#include <zvprinter/ZVExport.h>
+#include <zvprinter/ZVFirmwareSlice.h>
+#include <zvprinter/ZVImage.h>
+#include <zvprinter/ZVPrinterC.h>
+#include <zvprinter/ZVTypes.h>

@@ -1,0 +1,116 @@
+#include <zvprinter/ZVImage.h>
+
+#include "platform/canvas.h"
+#include "platform/image_codec.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace {
+
+ZVImage makeImage(uint32_t w, uint32_t h, std::initializer_list<uint8_t> rgba, double scale = 1) {
+  auto image = ZVImage::fromRGBA(w, h, std::vector<uint8_t>(rgba), scale);
+  EXPECT_TRUE(image.has_value());
+  return *image;
+}
+
+TEST(ZVImage, FromRGBARejectsMismatchedOrEmptyInput) {
+  const std::vector<uint8_t> four(4, 0);
+  EXPECT_FALSE(ZVImage::fromRGBA(0, 1, {}));
+  EXPECT_FALSE(ZVImage::fromRGBA(2, 1, four));
+  EXPECT_FALSE(ZVImage::fromRGBA(1, 1, four, 0.0));
+  EXPECT_FALSE(ZVImage::fromRGBA(1, 1, four, -1.0));
+  ASSERT_TRUE(ZVImage::fromRGBA(1, 1, four, 2.0));
+  EXPECT_DOUBLE_EQ(ZVImage::fromRGBA(4, 2, std::vector<uint8_t>(32), 2.0)->size().height, 1.0);
+}
+
+TEST(ZVImage, PNGRoundTripKeepsStraightRGBA) {
+  const ZVImage image = makeImage(2, 2, {255, 0, 0, 255, 0, 255, 0, 128, 0, 0, 255, 0, 9, 8, 7, 6});
+  const ZVData png = image.encodePNG();
+  ASSERT_FALSE(png.empty());
+  std::string error;
+  auto decoded = ZVImage::fromEncoded(png, &error);
+  ASSERT_TRUE(decoded) << error;
+  EXPECT_EQ(decoded->pixelWidth(), 2u);
+  EXPECT_EQ(decoded->pixelHeight(), 2u);
+  EXPECT_TRUE(std::ranges::equal(decoded->rgba(), image.rgba()));
+}
+
+TEST(ZVImage, RejectsCorruptTruncatedAndForeignData) {
+  const ZVImage image = makeImage(1, 1, {1, 2, 3, 255});
+  ZVData png = image.encodePNG();
+  std::string error;
+
+  ZVData truncated(png.begin(), png.begin() + static_cast<long>(png.size() / 2));
+  EXPECT_FALSE(ZVImage::fromEncoded(truncated, &error));
+  EXPECT_FALSE(error.empty());
+
+  error.clear();
+  EXPECT_FALSE(ZVImage::fromEncoded(ZVData{'G', 'I', 'F', '8', '9', 'a'}, &error));
+  EXPECT_EQ(error, "not a PNG or JPEG image");
+
+  error.clear();
+  EXPECT_FALSE(ZVImage::fromEncoded(ZVData{0xFF, 0xD8, 0xFF, 0xE0, 0, 0}, &error));
+  EXPECT_NE(error.find("JPEG"), std::string::npos);
+
+  EXPECT_FALSE(ZVImage::fromFile("/nonexistent/file.png", &error));
+  EXPECT_NE(error.find("cannot open"), std::string::npos);
+}
+
+TEST(ZVImage, RefusesAbsurdDimensionsBeforeAllocating) {
+  // A valid PNG header claiming 100000 x 100000 pixels, then nothing.
+  const ZVImage image = makeImage(1, 1, {0, 0, 0, 255});
+  ZVData png = image.encodePNG();
+  // IHDR width and height sit at offsets 16 and 20; the CRC is not checked
+  // before the size test, so patching them is enough to claim a huge image.
+  for (int at : {16, 20}) {
+    png[at] = 0;
+    png[at + 1] = 0x01;
+    png[at + 2] = 0x86;
+    png[at + 3] = 0xA0;
+  }
+  std::string error;
+  EXPECT_FALSE(ZVImage::fromEncoded(png, &error));
+  EXPECT_FALSE(error.empty());
+}
+
+TEST(ZVImage, DecodesSamplePhotos) {
+  const std::filesystem::path dir = ZV_SAMPLE_PHOTO_DIR;
+  if (!std::filesystem::exists(dir / "astronaut.png")) GTEST_SKIP() << "no sample photos";
+  std::string error;
+  auto astronaut = ZVImage::fromFile(dir / "astronaut.png", &error);
+  ASSERT_TRUE(astronaut) << error;
+  EXPECT_EQ(astronaut->pixelWidth(), 512u);
+  if (std::filesystem::exists(dir / "color.png")) {
+    EXPECT_TRUE(ZVImage::fromFile(dir / "color.png", &error)) << error;
+  }
+}
+
+TEST(Canvas, DrawingPremultipliesAndResamples) {
+  const ZVImage image = makeImage(2, 1, {200, 100, 50, 128, 10, 20, 30, 255});
+  auto canvas = zv::detail::drawnCanvas(image, 2, 1);
+  ASSERT_TRUE(canvas);
+  const std::vector<uint8_t> expected{100, 50, 25, 128, 10, 20, 30, 255};
+  EXPECT_EQ(canvas->pixels, expected);
+
+  auto stretched = zv::detail::drawnCanvas(makeImage(1, 1, {10, 20, 30, 255}), 3, 2);
+  ASSERT_TRUE(stretched);
+  for (size_t i = 0; i < stretched->pixels.size(); i += 4)
+    EXPECT_EQ(stretched->pixels[i + 1], 20);
+
+  EXPECT_FALSE(zv::detail::makeCanvas(0, 5));
+}
+
+TEST(Canvas, DrawingOverWhiteAndBackToAnImage) {
+  auto canvas = zv::detail::makeCanvas(1, 3);
+  ASSERT_TRUE(canvas);
+  zv::detail::fillCanvas(*canvas, 255, 255, 255, 255);
+  zv::detail::drawImage(*canvas, makeImage(1, 1, {0, 0, 0, 255}), 0, 1, 1, 1);
+  auto image = zv::detail::imageFromCanvas(*canvas);
+  ASSERT_TRUE(image);
+  const std::vector<uint8_t> expected{255, 255, 255, 255, 0, 0, 0, 255, 255, 255, 255, 255};
+  EXPECT_TRUE(std::ranges::equal(image->rgba(), expected));
+}
+
+} // namespace

@@ -1,0 +1,7 @@
+#pragma once
+
+// Each subcommand of zvprint registers itself on the application.
+
+#include <CLI/CLI.hpp>
+
+namespace zvprint {} // namespace zvprint
