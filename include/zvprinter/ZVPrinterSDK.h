@@ -8,5 +8,6 @@
 #include <zvprinter/ZVExport.h>
 #include <zvprinter/ZVFirmwareSlice.h>
 #include <zvprinter/ZVImage.h>
+#include <zvprinter/ZVImagePreviewManager.h>
 #include <zvprinter/ZVPrinterC.h>
 #include <zvprinter/ZVTypes.h>
