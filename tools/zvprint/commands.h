@@ -4,4 +4,9 @@
 
 #include <CLI/CLI.hpp>
 
-namespace zvprint {} // namespace zvprint
+namespace zvprint {
+
+void addPreviewCommand(CLI::App &app);
+void addBoundsCommand(CLI::App &app);
+
+} // namespace zvprint
