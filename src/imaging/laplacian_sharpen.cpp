@@ -96,14 +96,27 @@ struct Palette {
     }
     for (size_t j = 0; j + 1 < count; ++j)
       threshold[j] = (gray[j] + gray[j + 1]) / 2.0f;
+    falling = true;
+    for (size_t j = 0; j + 2 < count; ++j)
+      falling = falling && threshold[j] >= threshold[j + 1];
   }
 
+  // The first j with value > threshold[j], else count - 1. With falling
+  // thresholds (rising levels) that test is false up to j and true after, so
+  // j is the number of thresholds it fails: counted without branches.
   size_t choose(float value) const {
     size_t j = 0;
+    if (falling) {
+      for (size_t t = 0; t + 1 < count; ++t)
+        j += !(value > threshold[t]);
+      return j;
+    }
     while (j + 1 < count && !(value > threshold[j]))
       ++j;
     return j;
   }
+
+  bool falling = false;
 };
 
 // Diffuses one row; Dir +1 runs left to right, -1 right to left.

@@ -4,7 +4,8 @@
 #include <zvprinter/ZVPrinterC.h>
 
 #include "imaging/point_size.h"
-#include "platform/canvas.h"
+#include "preview/drawn_pixels.h"
+#include "preview/gray_formula.h"
 
 #include <algorithm>
 #include <array>
@@ -24,25 +25,39 @@ uint32_t otsuOverPointSize(const ZVData &gray, uint32_t width, uint32_t height) 
   return ZVOtsu(padded.data(), static_cast<int32_t>(width), static_cast<int32_t>(height));
 }
 
-} // namespace
-
-std::optional<ZVImage> ZVImagePreviewManager::binaryPreviewWithImage(const ZVImage &image) {
-  const auto size = zv::detail::truncatedPointSize(image);
-  const ZVData gray = graylevel256Datas(image);
-  if (gray.empty()) return std::nullopt;
-  auto canvas = zv::detail::drawnCanvas(image, size.width, size.height);
-  if (!canvas) return std::nullopt;
-  const uint32_t threshold = otsuOverPointSize(gray, size.width, size.height);
-
+// R, G and B become 255 or 0 and alpha stays as drawn. Un-premultiplied into
+// straight RGBA that is 255 or 0 again, except under alpha 0 where colour
+// reads 0, as the canvas conversion gives; so it is written out directly.
+ZVData thresholded(std::span<const uint8_t> drawn, uint32_t threshold) {
   // White when (s / 3.0) / 255.0 > t / 255.0 for the channel sum s; the
   // table holds that double-precision decision for every possible sum.
   std::array<uint8_t, 766> level{};
   for (size_t s = 0; s < level.size(); ++s)
     level[s] = (static_cast<double>(s) / 3.0) / 255.0 > threshold / 255.0 ? 255 : 0;
-  for (size_t i = 0; i < canvas->pixels.size(); i += 4) {
-    uint8_t *px = canvas->pixels.data() + i;
-    const uint8_t value = level[px[0] + px[1] + px[2]];
-    px[0] = px[1] = px[2] = value;
+  ZVData rgba(drawn.size());
+  const uint8_t *px = drawn.data();
+  uint8_t *out = rgba.data();
+  for (size_t i = 0; i < rgba.size(); i += 4) {
+    const uint8_t alpha = px[i + 3];
+    const uint8_t value = alpha == 0 ? 0 : level[px[i] + px[i + 1] + px[i + 2]];
+    out[i] = out[i + 1] = out[i + 2] = value;
+    out[i + 3] = alpha;
   }
-  return zv::detail::imageFromCanvas(*canvas);
+  return rgba;
+}
+
+} // namespace
+
+std::optional<ZVImage> ZVImagePreviewManager::binaryPreviewWithImage(const ZVImage &image) {
+  const auto size = zv::detail::truncatedPointSize(image);
+  const auto drawn = zv::detail::DrawnPixels::draw(image, size.width, size.height);
+  if (!drawn) return std::nullopt;
+  // At scale 1 the drawing is the bitmap drawn at its own size: its gray
+  // levels are those of graylevel256Datas without drawing it twice.
+  const bool bitmapSized = size.width == image.pixelWidth() && size.height == image.pixelHeight();
+  const ZVData gray =
+      bitmapSized ? zv::detail::previewGray(drawn->bytes()) : graylevel256Datas(image);
+  if (gray.empty()) return std::nullopt;
+  const uint32_t threshold = otsuOverPointSize(gray, size.width, size.height);
+  return ZVImage::fromRGBA(size.width, size.height, thresholded(drawn->bytes(), threshold));
 }

@@ -2,20 +2,28 @@
 
 #include <zvprinter/ZVImagePreviewManager.h>
 
-#include "platform/canvas.h"
+#include "preview/drawn_pixels.h"
+#include "preview/gray_formula.h"
 
-ZVData ZVImagePreviewManager::graylevel256Datas(const ZVImage &image) {
-  const auto canvas = zv::detail::drawnCanvas(image, image.pixelWidth(), image.pixelHeight());
-  if (!canvas) return {};
-  ZVData gray(size_t{canvas->width} * canvas->height);
-  const uint8_t *px = canvas->pixels.data();
-  for (size_t i = 0; i < gray.size(); ++i, px += 4) {
-    // Left to right, unlike the algorithm manager's histogram gray with the
-    // same weights: the rounding differs for a few colours (244, 244, 244).
-    const double value = 0.11448 * px[0] + 0.58661 * px[1] + 0.29891 * px[2];
-    gray[i] = static_cast<uint8_t>(value);
-  }
+namespace zv::detail {
+
+ZVData previewGray(std::span<const uint8_t> rgba) {
+  static const PreviewGrayFormula formula;
+  ZVData gray(rgba.size() / 4);
+  const uint8_t *px = rgba.data();
+  for (size_t i = 0; i < gray.size(); ++i, px += 4)
+    gray[i] = formula(px);
   return gray;
+}
+
+} // namespace zv::detail
+
+// Left to right, unlike the algorithm manager's histogram gray with the same
+// weights: the rounding differs for a few colours, such as (244, 244, 244).
+ZVData ZVImagePreviewManager::graylevel256Datas(const ZVImage &image) {
+  const auto drawn = zv::detail::DrawnPixels::draw(image, image.pixelWidth(), image.pixelHeight());
+  if (!drawn) return {};
+  return zv::detail::previewGray(drawn->bytes());
 }
 
 std::optional<ZVImage> ZVImagePreviewManager::imageWithGraylevel256Data(const ZVData &data,
