@@ -8,6 +8,8 @@
 #include <zvprinter/ZVBitmapManager.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstdlib>
 #include <vector>
 
 namespace zvprint {
@@ -71,9 +73,16 @@ void addPreviewCommand(CLI::App &app) {
   command->add_option("image", options->input, "PNG or JPEG image")->required();
   command->add_option("-o,--output", options->output, "PNG file to write")->required();
   auto *mode = command->add_option("--mode", options->mode, "0|1|2 (default 2: gray scale)")
-                   ->transform(modeOption());
+                   ->transform(modeOption())
+                   ->check(CLI::Range(0, 2));
   command->add_option("--gamma", options->gamma, "gamma of the gray-scale rendering (default 1)")
-      ->check(CLI::PositiveNumber);
+      ->check(CLI::Validator(
+          [](std::string &text) {
+            const double value = std::strtod(text.c_str(), nullptr);
+            return value > 0 && std::isfinite(value) ? std::string()
+                                                     : "gamma must be a positive number";
+          },
+          "G > 0"));
   command->add_flag("--all", options->all, "source and the three renderings side by side")
       ->excludes(mode);
   command->callback([options] { runPreview(*options); });
