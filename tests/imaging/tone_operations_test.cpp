@@ -148,19 +148,10 @@ TEST(LaplacianSharpening, SerpentineDiffusionToTwoLevels) {
   EXPECT_EQ(result.out, (std::vector<uint8_t>{0, 255, 0, 255, 255, 255}));
 }
 
-TEST(LaplacianSharpening, DegenerateInputsStayDefined) {
-  std::vector<uint8_t> out(8, kUntouched);
-  std::vector<float> work(8);
-  const std::vector<uint8_t> src(8, 9);
-  const float levels[2] = {0.0f, 1.0f};
-  SharpLaplacianCl_New(out.data(), src.data(), 2, 2, 2, nullptr, nullptr, work.data(), 1.0);
-  SharpLaplacianCl_New(out.data(), src.data(), 0, 2, 2, levels, nullptr, work.data(), 1.0);
-  EXPECT_EQ(out, std::vector<uint8_t>(8, kUntouched));
-  // Equal first and last levels make the palette undefined; the result is
-  // still a defined byte for every pixel.
-  const float flat[2] = {0.5f, 0.5f};
-  SharpLaplacianCl_New(out.data(), src.data(), 2, 2, 2, flat, nullptr, work.data(), 1.0);
-  EXPECT_EQ(out[0], 0);
+TEST(LaplacianSharpening, EqualEndLevelsStayDefined) {
+  // The palette divides by zero; every pixel still gets a defined byte.
+  const SharpenResult result = sharpen(std::vector<uint8_t>(6, 9), 3, 2, {0.5f, 0.5f}, 1.0);
+  EXPECT_EQ(result.out, std::vector<uint8_t>(6, 0));
 }
 
 TEST(Clamp, ToByteRange) {

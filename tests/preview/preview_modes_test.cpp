@@ -114,16 +114,4 @@ TEST(BinaryPreview, ThresholdOfTheFirstPointSizeBytes) {
   EXPECT_FALSE(PM::binaryPreviewWithImage(*ZVImage::fromRGBA(1, 1, ZVData(4, 0), 2.0)));
 }
 
-TEST(BinaryPreview, MeanEqualToThresholdIsBlack) {
-  // Two grays only: the Otsu threshold is one of them or lies between.
-  const std::vector<uint8_t> gray{40, 40, 40, 200, 200, 200};
-  const uint32_t t = ZVOtsu(gray.data(), 3, 2);
-  const auto preview = PM::binaryPreviewWithImage(grayImage(3, 2, gray));
-  ASSERT_TRUE(preview);
-  const std::vector<uint8_t> red = redChannel(*preview);
-  EXPECT_EQ(red[0], 40 > t ? 255 : 0);
-  EXPECT_EQ(red[5], 200 > t ? 255 : 0);
-  EXPECT_EQ(red[0], 0);
-}
-
 } // namespace
