@@ -48,7 +48,7 @@ struct RecordingResolver {
 
 } // namespace
 
-TEST(DataRouterTest, ChoosesLongestRegisteredPrefixAndWaitsWhileTheWalkUsesTheBuffer) {
+TEST(DataRouterTest, ChoosesLatestHandlerOfLongestPrefixAndWaitsWhileTheWalkUsesTheBuffer) {
   ZVDataRouter router;
   router.registerHandle(bytes("AB"), fixedReply(3));
   router.registerHandle(bytes("ABC"), fixedReply(5));
@@ -63,12 +63,7 @@ TEST(DataRouterTest, ChoosesLongestRegisteredPrefixAndWaitsWhileTheWalkUsesTheBu
     EXPECT_EQ(marker->minDataLength, std::numeric_limits<int64_t>::max()) << partial;
     EXPECT_FALSE(marker->handleBlock) << partial;
   }
-}
-
-TEST(DataRouterTest, RegisteringAPrefixAgainReplacesItsHandler) {
-  ZVDataRouter router;
-  router.registerHandle(bytes("AB"), fixedReply(3));
-  router.registerHandle(bytes("AB"), fixedReply(7));
+  router.registerHandle(bytes("AB"), fixedReply(7)); // replaces the first AB handler
   EXPECT_EQ(router.handle(bytes("ABX"))->minDataLength, 7);
 }
 
@@ -155,22 +150,20 @@ TEST(CommonResolverTest, HandlerThatCannotDecideKeepsTheBytes) {
 
 TEST(CommonResolverTest, CostIsKeptWithinTheBuffer) {
   RecordingResolver r;
-  auto zeroCost = fixedReply(2);
-  zeroCost.handleBlock = [](std::span<const uint8_t>) {
-    return std::make_shared<ZVCommonResolveModel>(); // cost 0
+  const auto withCost = [](int64_t cost) {
+    ZVDataRouterBlock block{.minDataLength = 2, .handleBlock = {}};
+    block.handleBlock = [cost](std::span<const uint8_t> buffer) {
+      auto model = std::make_shared<ZVCommonResolveModel>();
+      model->rawData.assign(buffer.begin(), buffer.begin() + 2);
+      model->cost = cost;
+      return model;
+    };
+    return block;
   };
-  r.add("Z", std::move(zeroCost));
-  r.add("L", fixedReply(2));
-  auto greedy = fixedReply(2);
-  greedy.handleBlock = [](std::span<const uint8_t>) {
-    auto model = std::make_shared<ZVCommonResolveModel>();
-    model->cost = 1000;
-    return model;
-  };
-  r.add("G", std::move(greedy));
-  r.feed("ZZLx"); // each Z consumes one byte; it must not spin on "ZZ"
-  EXPECT_THAT(r.events, ElementsAre("reply:", "reply:", "reply:Lx"));
-  r.feed("Gabc");
+  r.add("Z", withCost(0)); // takes one byte instead of spinning
+  r.add("G", withCost(1000));
+  r.feed("ZZxGabc");
+  EXPECT_THAT(r.events, ElementsAre("reply:ZZ", "reply:Zx", "fail:x", "reply:Ga"));
   EXPECT_THAT(r.resolver.cacheData(), IsEmpty());
 }
 
