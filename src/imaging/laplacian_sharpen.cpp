@@ -6,9 +6,11 @@
 
 #include "imaging/byte_conversion.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 
 namespace {
 
@@ -79,9 +81,10 @@ void sharpenInto(float *work, const uint8_t *src, const Plane &p, double strengt
 
 struct Palette {
   size_t count = 0;
-  std::array<float, 256> gray{};      // L[k], falling from 255 to 0
-  std::array<uint8_t, 256> bytes{};   // truncate(L[k] + 0.5)
-  std::array<float, 255> threshold{}; // (L[j] + L[j + 1]) / 2
+  std::array<float, 256> gray{};       // L[k], falling from 255 to 0
+  std::array<uint8_t, 256> bytes{};    // truncate(L[k] + 0.5)
+  std::array<float, 256> byteValues{}; // the same as floats
+  std::array<float, 255> threshold{};  // (L[j] + L[j + 1]) / 2
 
   Palette(const float *levels, uint32_t levelCount) {
     count = levelCount < 3 ? 2 : (levelCount > 256 ? 256 : levelCount);
@@ -93,19 +96,29 @@ struct Palette {
       if (l > 255.0f) l = 255.0f;
       gray[k] = l;
       bytes[k] = zv::detail::truncateToByte(double{l} + 0.5);
+      byteValues[k] = bytes[k];
     }
     for (size_t j = 0; j + 1 < count; ++j)
       threshold[j] = (gray[j] + gray[j + 1]) / 2.0f;
     falling = true;
     for (size_t j = 0; j + 2 < count; ++j)
       falling = falling && threshold[j] >= threshold[j + 1];
+    firstSixteen.fill(-std::numeric_limits<float>::infinity());
+    std::copy_n(threshold.begin(), std::min<size_t>(count - 1, 16), firstSixteen.begin());
   }
 
   // The first j with value > threshold[j], else count - 1. With falling
   // thresholds (rising levels) that test is false up to j and true after, so
-  // j is the number of thresholds it fails: counted without branches.
+  // j is the number of thresholds it fails, which is counted without
+  // branches; for up to 16 thresholds over a fixed, padded array (no value
+  // fails the padding, and a NaN value, failing all, is capped).
   size_t choose(float value) const {
     size_t j = 0;
+    if (falling && count <= 17) {
+      for (const float t : firstSixteen)
+        j += !(value > t);
+      return std::min(j, count - 1);
+    }
     if (falling) {
       for (size_t t = 0; t + 1 < count; ++t)
         j += !(value > threshold[t]);
@@ -116,36 +129,39 @@ struct Palette {
     return j;
   }
 
+  std::array<float, 16> firstSixteen{};
   bool falling = false;
 };
 
 // Diffuses one row; Dir +1 runs left to right, -1 right to left.
+// Diffuses one row; Dir +1 runs left to right, -1 right to left. The value
+// of the pixel ahead is carried from one step to the next rather than stored
+// and read back; nothing else reads it.
 template <int Dir>
 void diffuseRow(float *work, uint8_t *out, const Plane &p, size_t y, const Palette &palette) {
   float *row = work + y * p.stride;
   float *below = y + 1 < p.height ? row + p.stride : nullptr;
   uint8_t *outRow = out + y * p.stride;
   const auto last = static_cast<ptrdiff_t>(p.width) - 1;
+  float current = row[Dir > 0 ? 0 : last];
   for (ptrdiff_t i = 0; i <= last; ++i) {
     const ptrdiff_t x = Dir > 0 ? i : last - i;
-    const size_t level = palette.choose(row[x]);
-    const uint8_t gray = palette.bytes[level];
-    outRow[x] = gray;
-    const float e = row[x] - static_cast<float>(gray);
+    const size_t level = palette.choose(current);
+    outRow[x] = palette.bytes[level];
+    const float e = current - palette.byteValues[level];
     const bool ahead = i < last;
     const bool behind = i > 0;
     if (below && ahead && behind) {
       const double ed = e;
-      row[x + Dir] = static_cast<float>(row[x + Dir] + ed * 0.4375);
+      current = static_cast<float>(row[x + Dir] + ed * 0.4375);
       below[x] = static_cast<float>(below[x] + ed * 0.3125);
       below[x + Dir] = static_cast<float>(below[x + Dir] + ed * 0.0625);
       below[x - Dir] = static_cast<float>(below[x - Dir] + ed * 0.1875);
       continue;
     }
     const int receivers = int{ahead} + (below ? 1 + int{ahead} + int{behind} : 0);
-    if (receivers == 0) continue;
-    const float share = e / static_cast<float>(receivers);
-    if (ahead) row[x + Dir] += share;
+    const float share = receivers > 0 ? e / static_cast<float>(receivers) : 0.0f;
+    if (ahead) current = row[x + Dir] + share;
     if (below) {
       below[x] += share;
       if (ahead) below[x + Dir] += share;
