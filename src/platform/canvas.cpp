@@ -5,6 +5,7 @@
 #include <pixman.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 
 namespace zv::detail {
@@ -35,6 +36,19 @@ void premultiplyInto(const uint8_t *straight, uint8_t *out, size_t pixelCount) {
       out[3] = a;
     }
   }
+}
+
+// Opaque pixels are already premultiplied; most photos are opaque all over,
+// so whole pairs of pixels are tested at once and skipped.
+void premultiplyInPlace(uint8_t *pixels, size_t pixelCount) {
+  constexpr uint64_t kOpaquePair = 0xFF000000FF000000u;
+  size_t i = 0;
+  for (; i + 2 <= pixelCount; i += 2) {
+    uint64_t pair;
+    std::memcpy(&pair, pixels + i * 4, sizeof pair);
+    if ((pair & kOpaquePair) != kOpaquePair) premultiplyInto(pixels + i * 4, pixels + i * 4, 2);
+  }
+  if (i < pixelCount) premultiplyInto(pixels + i * 4, pixels + i * 4, 1);
 }
 
 } // namespace
@@ -87,13 +101,15 @@ void drawImage(Canvas &canvas, const ZVImage &image, int64_t x, int64_t y, uint3
 }
 
 std::optional<Canvas> drawnCanvas(const ZVImage &image, uint32_t width, uint32_t height) {
+  if (width == image.pixelWidth() && height == image.pixelHeight()) {
+    // A plain copy, premultiplied in place: no zero fill, one write pass.
+    Canvas canvas{width, height, {image.rgba().begin(), image.rgba().end()}};
+    premultiplyInPlace(canvas.pixels.data(), size_t{width} * height);
+    return canvas;
+  }
   auto canvas = makeCanvas(width, height);
   if (!canvas) return std::nullopt;
-  if (width == image.pixelWidth() && height == image.pixelHeight()) {
-    premultiplyInto(image.rgba().data(), canvas->pixels.data(), size_t{width} * height);
-  } else {
-    drawImage(*canvas, image, 0, 0, width, height);
-  }
+  drawImage(*canvas, image, 0, 0, width, height);
   return canvas;
 }
 

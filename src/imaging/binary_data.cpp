@@ -1,0 +1,49 @@
+// Threshold mode: Otsu's threshold over the histogram-weighted gray levels,
+// or the caller's, applied to the print-weighted gray of opaque pixels.
+#include <zvprinter/ZVAlgorithmManager.h>
+
+#include "imaging/print_data.h"
+
+namespace {
+
+using zv::detail::Raster;
+
+std::optional<Raster> binaryRaster(const ZVImage &image, bool custom, uint8_t threshold) {
+  const auto canvas = zv::detail::conversionCanvas(image);
+  if (!canvas) return std::nullopt;
+  uint64_t limit = threshold;
+  if (!custom) {
+    // The gray buffer of graylevel256Datas is never empty here (an image has
+    // at least one pixel), so the fallback threshold 128 does not arise. Its
+    // histogram is taken from this same canvas instead of a second drawing.
+    const auto histogram = zv::detail::histogramWeightedHistogram(*canvas);
+    const auto otsu =
+        static_cast<int32_t>(zv::detail::otsuThreshold(histogram, canvas->width * canvas->height));
+    limit = static_cast<uint64_t>(int64_t{otsu});
+  }
+  return zv::detail::thresholdRaster(*canvas, limit);
+}
+
+} // namespace
+
+std::optional<ZVData> ZVAlgorithmManager::generateBinaryData(const ZVImage &image, int64_t compress,
+                                                             bool package, bool custom,
+                                                             uint8_t threshold) {
+  auto raster = binaryRaster(image, custom, threshold);
+  if (!raster) return std::nullopt;
+  return zv::detail::printData(*raster, true, compress, package);
+}
+
+std::optional<std::vector<ZVBitmapSlice>>
+ZVAlgorithmManager::generateBinaryArray(const ZVImage &image) {
+  const auto raster = binaryRaster(image, false, 0);
+  if (!raster) return std::nullopt;
+  return zv::detail::printSlices(*raster);
+}
+
+uint8_t *ZVAlgorithmManager::negativeBuffer(uint8_t *buffer, int32_t memoryLength) {
+  if (buffer == nullptr || memoryLength < 1) return buffer;
+  for (int32_t i = 0; i < memoryLength; ++i)
+    buffer[i] = static_cast<uint8_t>(~buffer[i]);
+  return buffer;
+}
