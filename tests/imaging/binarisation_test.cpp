@@ -102,6 +102,16 @@ TEST(ThresholdRaster, MatchesTheLiteralDecisionOnRandomImages) {
   }
 }
 
+TEST(ThresholdRaster, IntegralSumsTruncateAsTheDoubleFormulaDoes) {
+  const ZVImage ramp = reference::grayRamp(4);
+  for (const uint64_t limit : {0, 6, 7, 50, 51, 128, 253, 254, 255})
+    EXPECT_EQ(threshold(ramp, limit).bytes, reference::thresholdRaster(ramp, limit)) << limit;
+  zv::detail::GrayHistogram expected{};
+  for (uint8_t g : reference::histogramGrayLevels(ramp))
+    ++expected[g];
+  EXPECT_EQ(zv::detail::histogramWeightedHistogram(*drawnCanvas(ramp, 256, 4)), expected);
+}
+
 TEST(NegativeBuffer, ComplementsInPlaceAndIgnoresEmptyLengths) {
   uint8_t bytes[3] = {0x00, 0xF0, 0x5A};
   EXPECT_EQ(ZVAlgorithmManager::negativeBuffer(bytes, 0), bytes);

@@ -39,3 +39,12 @@ std::vector<uint8_t> clusterRaster(const std::vector<uint8_t> &gray, uint32_t wi
 ZVImage randomImage(std::mt19937 &random, uint32_t width, uint32_t height);
 
 } // namespace reference
+
+namespace reference {
+
+/// Neutral grays 0..255 across each row: the colours whose weighted sums are
+/// exact integers, where the double formulas truncate one lower for some
+/// levels. Odd rows are half transparent.
+ZVImage grayRamp(uint32_t rows);
+
+} // namespace reference

@@ -144,3 +144,15 @@ ZVImage randomImage(std::mt19937 &random, uint32_t width, uint32_t height) {
 }
 
 } // namespace reference
+
+namespace reference {
+
+ZVImage grayRamp(uint32_t rows) {
+  std::vector<uint8_t> rgba;
+  for (uint32_t y = 0; y < rows; ++y)
+    for (int v = 0; v < 256; ++v)
+      rgba.insert(rgba.end(), {uint8_t(v), uint8_t(v), uint8_t(v), uint8_t(y % 2 ? 128 : 255)});
+  return *ZVImage::fromRGBA(256, rows, rgba);
+}
+
+} // namespace reference
