@@ -4,6 +4,7 @@
 
 #include "imaging/gray_weighting.h"
 #include "imaging/raster_kernels.h"
+#include "imaging/weighted_sums_sse2.h"
 
 #include <algorithm>
 
@@ -72,21 +73,65 @@ void ditherRows(const uint8_t *gray, uint64_t width, int32_t height, uint8_t *ou
 
 } // namespace
 
+#if ZV_IMAGING_SSE2
+namespace {
+
+// Sixteen pixels (two groups) of one row: reversed print gray >= t is print
+// gray <= 255 - t, i.e. sum < (256 - t) x 100000, except that a sum equal to
+// the limit is decided by the double formula.
+void clusterSixteen(const uint8_t *px, uint8_t *out, const std::array<uint8_t, 8> &thresholds,
+                    const __m128i (&limits)[2]) {
+  using namespace sse2;
+  __m128i dot[4], tie[4];
+  for (int j = 0; j < 4; ++j) {
+    const __m128i sum = printSums(load(px + 16 * j));
+    dot[j] = _mm_cmplt_epi32(sum, limits[j % 2]);
+    tie[j] = _mm_cmpeq_epi32(sum, limits[j % 2]);
+  }
+  uint32_t bits = maskBits(dot[0], dot[1], dot[2], dot[3]);
+  const uint32_t ties = maskBits(tie[0], tie[1], tie[2], tie[3]);
+  if (ties != 0)
+    for (uint32_t k = 0; k < 16; ++k)
+      if (ties & (1u << k)) {
+        const uint8_t *p = px + 4 * k;
+        const auto reversed = static_cast<uint8_t>(~printGray(p[0], p[1], p[2]));
+        bits |= uint32_t{reversed >= thresholds[k % 8]} << k;
+      }
+  storeBits(out, bits);
+}
+
+} // namespace
+#endif
+
 Raster clusterRaster(const Canvas &canvas) {
   Raster raster = makeRaster(canvas.width, canvas.height);
   const size_t bytesPerRow = static_cast<size_t>(raster.bytesPerRow);
   const size_t total = size_t{canvas.width} * canvas.height;
-  std::vector<uint8_t> gray(bytesPerRow * 8);
-  const uint8_t *pixels = canvas.pixels.data();
+  // Reversed gray of the groups after the last whole sixteen pixels of a
+  // row, read on into the next row like ZVBayerCluster.
+  std::array<uint8_t, 16> gray{};
   for (uint32_t y = 0; y < canvas.height; ++y) {
-    const size_t start = size_t{y} * canvas.width;
-    const size_t available = std::min(gray.size(), total - start);
-    const uint8_t *px = pixels + start * 4;
+    const auto &thresholds = kClusterThresholds[y % 8];
+    uint8_t *out = raster.bytes.data() + bytesPerRow * y;
+    uint32_t x = 0;
+#if ZV_IMAGING_SSE2
+    __m128i limits[2];
+    for (int half = 0; half < 2; ++half) {
+      const auto t = thresholds.data() + 4 * half;
+      limits[half] = _mm_setr_epi32((256 - t[0]) * 100000, (256 - t[1]) * 100000,
+                                    (256 - t[2]) * 100000, (256 - t[3]) * 100000);
+    }
+    for (; x + 16 <= canvas.width; x += 16)
+      clusterSixteen(canvas.row(y) + size_t{x} * 4, out + x / 8, thresholds, limits);
+#endif
+    const size_t start = size_t{y} * canvas.width + x;
+    const size_t span = (bytesPerRow - x / 8) * 8;
+    const size_t available = std::min(span, total - start);
+    const uint8_t *px = canvas.pixels.data() + start * 4;
     for (size_t i = 0; i < available; ++i, px += 4)
       gray[i] = static_cast<uint8_t>(~printGray(px[0], px[1], px[2]));
     std::fill(gray.begin() + static_cast<std::ptrdiff_t>(available), gray.end(), uint8_t{0});
-    ditherRow(gray.data(), raster.bytes.data() + bytesPerRow * y, bytesPerRow,
-              kClusterThresholds[y % 8]);
+    ditherRow(gray.data(), out + x / 8, bytesPerRow - x / 8, thresholds);
   }
   return raster;
 }
