@@ -6,25 +6,41 @@
 #include "imaging/raster_kernels.h"
 #include "imaging/weighted_sums_sse2.h"
 
+#include <array>
+#include <cstddef>
+
 namespace zv::detail {
 namespace {
 
-// Shares of an error e: trunc(e x 7/16) ahead, 3/16 below-behind, 5/16
-// below, 1/16 below-ahead. The error is defined as float(e) taken to double
-// and each product truncated toward zero. Errors never leave [-128, 128]:
-// a pixel receives at most 16/16 of earlier errors (truncation only shrinks
-// them), so if those lie in [-128, 128] its value lies in [-128, 383], and
-// the new error (the value itself below 129, else value - 255) lies in
-// [-128, 128] again. A float holds such an integer exactly, the factors are
-// exact binary fractions, and C's integer division truncates toward zero,
-// so the integer shares below are the double products' truncations.
+// Shares of an error e: e x 7/16 ahead, 3/16 below-behind, 5/16 below and
+// 1/16 below-ahead, where e is converted to float and then to double and
+// each product is truncated toward zero.
+//
+// Values never leave [-128, 383], so the shares come from a table indexed by
+// the value: a pixel starts at 0..255 and receives at most 16/16 of earlier
+// errors, each share truncated toward zero, so if earlier errors lie in
+// [-128, 128] its value lies in [-128, 383] and its own error (the value
+// itself below 129, else the value - 255) lies in [-128, 128] again.
+constexpr int32_t kLowestValue = -128;
+constexpr int32_t kHighestValue = 383;
+
 struct Shares {
-  int32_t ahead, belowBehind, below, belowAhead;
+  int16_t ahead, belowBehind, below, belowAhead;
 };
 
-inline Shares spread(int32_t error) {
-  return {error * 7 / 16, error * 3 / 16, error * 5 / 16, error / 16};
+constexpr Shares sharesOf(int32_t value) {
+  const int32_t error = value < 129 ? value : value - 255;
+  const double e = static_cast<double>(static_cast<float>(error));
+  return {static_cast<int16_t>(e * 0.4375), static_cast<int16_t>(e * 0.1875),
+          static_cast<int16_t>(e * 0.3125), static_cast<int16_t>(e * 0.0625)};
 }
+
+constexpr auto kShares = [] {
+  std::array<Shares, kHighestValue - kLowestValue + 1> table{};
+  for (int32_t v = kLowestValue; v <= kHighestValue; ++v)
+    table[v - kLowestValue] = sharesOf(v);
+  return table;
+}();
 
 // Transparent or translucent pixels enter as white.
 inline int32_t startValue(const uint8_t *px) {
@@ -54,28 +70,26 @@ void startRow(const uint8_t *px, const int32_t *collected, int32_t *row, uint32_
     row[x] = startValue(px + 4 * x) + collected[x];
 }
 
-// Diffuses one row. The errors for the row below are accumulated in
-// registers and each below[x] is written once, when complete.
-template <bool kHasBelow>
-void diffuseRow(const int32_t *row, int32_t *below, uint32_t width, uint8_t *out) {
-  int32_t carried = 0;       // share passed ahead to pixel x
-  int32_t pendingBehind = 0; // errors so far for below[x - 1]
-  int32_t pendingHere = 0;   // errors so far for below[x]
-  uint32_t bits = 0;
+// Diffuses one row, leaving each pixel's final value in row[x]. The errors
+// for the row below are accumulated in registers and each below[x] is
+// written once, when complete.
+template <bool kHasBelow> void diffuseRow(int32_t *row, int32_t *below, uint32_t width) {
+  // Indexed by the value itself (from the middle of the table, which starts
+  // at the lowest value); pointer-sized so that the chain from one pixel's
+  // value to the next is one add and one load.
+  const Shares *sharesByValue = kShares.data() + (0 - kLowestValue);
+  std::ptrdiff_t carried = 0; // share passed ahead to pixel x
+  int32_t pendingBehind = 0;  // errors so far for below[x - 1]
+  int32_t pendingHere = 0;    // errors so far for below[x]
   auto step = [&](uint32_t x, bool passesDownLeft) {
-    const int32_t old = row[x] + carried;
-    const bool dot = old < 129;
-    const Shares share = spread(dot ? old : old - 255);
+    const std::ptrdiff_t old = row[x] + carried;
+    row[x] = static_cast<int32_t>(old);
+    const Shares &share = sharesByValue[old];
     carried = share.ahead;
     if constexpr (kHasBelow) {
       if (x >= 1) below[x - 1] = pendingBehind + (passesDownLeft ? share.belowBehind : 0);
       pendingBehind = pendingHere + share.below;
       pendingHere = share.belowAhead;
-    }
-    bits |= uint32_t{dot} << (7 - x % 8);
-    if (x % 8 == 7) { // a trailing group of fewer than eight is never stored
-      out[x / 8] = static_cast<uint8_t>(bits);
-      bits = 0;
     }
   };
   // The shares ahead and below-ahead of the last pixel fall outside the
@@ -86,6 +100,28 @@ void diffuseRow(const int32_t *row, int32_t *below, uint32_t width, uint8_t *out
     step(x, true);
   if constexpr (kHasBelow) {
     if (width > 0) below[width - 1] = pendingBehind;
+  }
+}
+
+// A value below 129 is a dot. Only whole groups of eight are stored: the
+// trailing width % 8 pixels never reach the raster.
+void packRow(const int32_t *row, uint32_t width, uint8_t *out) {
+  uint32_t x = 0;
+#if ZV_IMAGING_SSE2
+  const __m128i dotBelow = _mm_set1_epi32(129);
+  for (; x + 16 <= width; x += 16, out += 2) {
+    __m128i dot[4];
+    for (int j = 0; j < 4; ++j)
+      dot[j] = _mm_cmplt_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i *>(row + x + 4 * j)),
+                               dotBelow);
+    sse2::storeBits(out, sse2::maskBits(dot[0], dot[1], dot[2], dot[3]));
+  }
+#endif
+  for (; x + 8 <= width; x += 8, ++out) {
+    uint32_t bits = 0;
+    for (uint32_t k = 0; k < 8; ++k)
+      bits |= uint32_t{row[x + k] < 129} << (7 - k);
+    *out = static_cast<uint8_t>(bits);
   }
 }
 
@@ -100,10 +136,11 @@ Raster ditherRaster(const Canvas &canvas) {
     startRow(canvas.row(y), below.data(), row.data(), width);
     uint8_t *out = raster.bytes.data() + size_t(raster.bytesPerRow) * y;
     if (y + 1 < canvas.height) {
-      diffuseRow<true>(row.data(), below.data(), width, out);
+      diffuseRow<true>(row.data(), below.data(), width);
     } else {
-      diffuseRow<false>(row.data(), below.data(), width, out);
+      diffuseRow<false>(row.data(), below.data(), width);
     }
+    packRow(row.data(), width, out);
   }
   return raster;
 }
