@@ -2,7 +2,7 @@
 // or the caller's, applied to the print-weighted gray of opaque pixels.
 #include <zvprinter/ZVAlgorithmManager.h>
 
-#include "imaging/print_data.h"
+#include "imaging/conversion_output.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 // clustered raster goes out as it is (1 = dot).
 #include <zvprinter/ZVAlgorithmManager.h>
 
-#include "imaging/print_data.h"
+#include "imaging/conversion_output.h"
 
 std::optional<ZVData> ZVAlgorithmManager::generateDitheringData(const ZVImage &image,
                                                                 int64_t compress, bool package) {
