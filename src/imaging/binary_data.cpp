@@ -8,20 +8,21 @@ namespace {
 
 using zv::detail::Raster;
 
+// Draws once: the Otsu histogram is taken from the same canvas as the
+// decision instead of drawing graylevel256Datas's own. Its gray buffer is
+// never empty here (an image has at least one pixel), so the fallback
+// threshold 128 does not arise.
 std::optional<Raster> binaryRaster(const ZVImage &image, bool custom, uint8_t threshold) {
-  const auto canvas = zv::detail::conversionCanvas(image);
-  if (!canvas) return std::nullopt;
-  uint64_t limit = threshold;
-  if (!custom) {
-    // The gray buffer of graylevel256Datas is never empty here (an image has
-    // at least one pixel), so the fallback threshold 128 does not arise. Its
-    // histogram is taken from this same canvas instead of a second drawing.
-    const auto histogram = zv::detail::histogramWeightedHistogram(*canvas);
-    const auto otsu =
-        static_cast<int32_t>(zv::detail::otsuThreshold(histogram, canvas->width * canvas->height));
-    limit = static_cast<uint64_t>(int64_t{otsu});
-  }
-  return zv::detail::thresholdRaster(*canvas, limit);
+  return zv::detail::convertedRaster(image, [&](const zv::detail::Canvas &canvas) {
+    uint64_t limit = threshold;
+    if (!custom) {
+      const auto histogram = zv::detail::histogramWeightedHistogram(canvas);
+      const auto otsu =
+          static_cast<int32_t>(zv::detail::otsuThreshold(histogram, canvas.width * canvas.height));
+      limit = static_cast<uint64_t>(int64_t{otsu}); // signed, then compared unsigned
+    }
+    return zv::detail::thresholdRaster(canvas, limit);
+  });
 }
 
 } // namespace
@@ -29,16 +30,12 @@ std::optional<Raster> binaryRaster(const ZVImage &image, bool custom, uint8_t th
 std::optional<ZVData> ZVAlgorithmManager::generateBinaryData(const ZVImage &image, int64_t compress,
                                                              bool package, bool custom,
                                                              uint8_t threshold) {
-  auto raster = binaryRaster(image, custom, threshold);
-  if (!raster) return std::nullopt;
-  return zv::detail::printData(*raster, true, compress, package);
+  return zv::detail::printData(binaryRaster(image, custom, threshold), true, compress, package);
 }
 
 std::optional<std::vector<ZVBitmapSlice>>
 ZVAlgorithmManager::generateBinaryArray(const ZVImage &image) {
-  const auto raster = binaryRaster(image, false, 0);
-  if (!raster) return std::nullopt;
-  return zv::detail::printSlices(*raster);
+  return zv::detail::printSlices(binaryRaster(image, false, 0));
 }
 
 uint8_t *ZVAlgorithmManager::negativeBuffer(uint8_t *buffer, int32_t memoryLength) {

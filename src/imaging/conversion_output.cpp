@@ -4,21 +4,26 @@
 
 namespace zv::detail {
 
-std::optional<Canvas> conversionCanvas(const ZVImage &image) {
-  return drawnCanvas(image, image.pixelWidth(), image.pixelHeight());
+std::optional<Raster> convertedRaster(const ZVImage &image, const RasterKernel &kernel) {
+  const auto canvas = drawnCanvas(image, image.pixelWidth(), image.pixelHeight());
+  if (!canvas) return std::nullopt;
+  return kernel(*canvas);
 }
 
-ZVData printData(Raster &raster, bool invert, int64_t compress, bool package) {
-  const auto length = static_cast<int32_t>(raster.bytes.size());
-  if (invert) ZVAlgorithmManager::negativeBuffer(raster.bytes.data(), length);
-  return ZVAlgorithmManager::managerData(raster.bytes.data(), length, raster.bytesPerRow,
-                                         raster.height, compress, package);
+std::optional<ZVData> printData(std::optional<Raster> raster, bool invert, int64_t compress,
+                                bool package) {
+  if (!raster) return std::nullopt;
+  const auto length = static_cast<int32_t>(raster->bytes.size());
+  if (invert) ZVAlgorithmManager::negativeBuffer(raster->bytes.data(), length);
+  return ZVAlgorithmManager::managerData(raster->bytes.data(), length, raster->bytesPerRow,
+                                         raster->height, compress, package);
 }
 
-std::vector<ZVBitmapSlice> printSlices(const Raster &raster) {
-  return ZVAlgorithmManager::generateBitmapSlices(raster.bytes.data(),
-                                                  static_cast<int32_t>(raster.bytes.size()),
-                                                  raster.bytesPerRow, raster.height);
+std::optional<std::vector<ZVBitmapSlice>> printSlices(const std::optional<Raster> &raster) {
+  if (!raster) return std::nullopt;
+  return ZVAlgorithmManager::generateBitmapSlices(raster->bytes.data(),
+                                                  static_cast<int32_t>(raster->bytes.size()),
+                                                  raster->bytesPerRow, raster->height);
 }
 
 } // namespace zv::detail

@@ -1,7 +1,8 @@
 #pragma once
 
-// The last step of every print conversion: optional inversion of the raster
-// (0 = dot for the printer) and print-data assembly or slicing.
+// The frame of every print conversion: draw the image into a canvas, run a
+// raster kernel, then optionally invert the raster (0 = dot for the printer)
+// and assemble print data or slices.
 
 #include <zvprinter/ZVBitmapSlice.h>
 #include <zvprinter/ZVImage.h>
@@ -9,19 +10,25 @@
 
 #include "imaging/raster_kernels.h"
 
+#include <functional>
 #include <optional>
 #include <vector>
 
 namespace zv::detail {
 
-/// The image drawn at its own pixel size; std::nullopt when the canvas is
-/// refused.
-std::optional<Canvas> conversionCanvas(const ZVImage &image);
+using RasterKernel = std::function<Raster(const Canvas &)>;
 
-/// Print data of @p raster, complemented first when @p invert.
-ZVData printData(Raster &raster, bool invert, int64_t compress, bool package);
+/// @p kernel over the image drawn at its own pixel size; std::nullopt when
+/// the canvas is refused.
+std::optional<Raster> convertedRaster(const ZVImage &image, const RasterKernel &kernel);
 
-/// Numbered compressed frames of @p raster as it is.
-std::vector<ZVBitmapSlice> printSlices(const Raster &raster);
+/// Print data of @p raster, complemented first when @p invert; std::nullopt
+/// when there is no raster.
+std::optional<ZVData> printData(std::optional<Raster> raster, bool invert, int64_t compress,
+                                bool package);
+
+/// Numbered compressed frames of @p raster as it is; std::nullopt when there
+/// is no raster.
+std::optional<std::vector<ZVBitmapSlice>> printSlices(const std::optional<Raster> &raster);
 
 } // namespace zv::detail
