@@ -30,12 +30,6 @@ TEST(ErrorDiffusion, MidGrayAlternatesFromADot) {
   EXPECT_EQ(raster.bytes, (std::vector<uint8_t>{0xAA}));
 }
 
-TEST(ErrorDiffusion, TrailingPixelsOfARowAreNeverPacked) {
-  const auto raster = dither(grays(12, 2, std::vector<int>(24, 0)));
-  EXPECT_EQ(raster.bytes, (std::vector<uint8_t>{0xFF, 0x00, 0xFF, 0x00}));
-  EXPECT_EQ(dither(grays(5, 1, std::vector<int>(5, 0))).bytes, (std::vector<uint8_t>{0x00}));
-}
-
 TEST(ErrorDiffusion, TheSecondColumnPassesNothingDownLeft) {
   // (0,0) = 128: dot, 56 ahead, 40 below. (1,0) = 72 + 56: dot, error 128,
   // whose 3/16 = 24 would lift (0,1) from 70 + 40 = 110 to 134 (white).
@@ -46,12 +40,6 @@ TEST(ErrorDiffusion, TheSecondColumnPassesNothingDownLeft) {
   const auto raster = dither(grays(8, 2, values));
   EXPECT_EQ(raster.bytes[0] & 0xC0, 0xC0);
   EXPECT_EQ(raster.bytes[1] & 0x80, 0x80);
-}
-
-TEST(ErrorDiffusion, TransparencyEntersAsWhite) {
-  std::vector<uint8_t> rgba(32, 0); // transparent black
-  rgba[3] = 254;                    // and one almost opaque black
-  EXPECT_EQ(dither(*ZVImage::fromRGBA(8, 1, rgba)).bytes[0], 0x00);
 }
 
 TEST(ErrorDiffusion, MatchesAWholeBufferTranscriptionOnRandomImages) {

@@ -60,10 +60,4 @@ TEST(GrayLevels, OnlyA432WideBitmapIsStretchedByHalf) {
   EXPECT_EQ(ZVAlgorithmManager::hdImage256Datas(pixels(432, 101, gray)).size(), 432u * 151);
 }
 
-TEST(GrayLevels, UsePixelsNotPoints) {
-  const ZVImage image = pixels(4, 2, std::vector<uint8_t>(32, 255), 2.0);
-  EXPECT_EQ(ZVAlgorithmManager::graylevel256Datas(image).size(), 8u);
-  EXPECT_EQ(ZVAlgorithmManager::hdImage256Datas(image).size(), 8u);
-}
-
 } // namespace

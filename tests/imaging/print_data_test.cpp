@@ -99,7 +99,7 @@ TEST(PrintData, FixedThresholdsFromPureBlackToEveryOpaquePixel) {
 
 TEST(PrintData, RawBitmapDataIsRowBytesTimesRows) {
   std::mt19937 random(2);
-  for (const auto &[w, h] : {std::pair{1u, 1u}, {12u, 3u}, {17u, 40u}, {64u, 2u}}) {
+  for (const auto &[w, h] : {std::pair{1u, 1u}, {12u, 3u}, {17u, 40u}}) {
     const ZVImage image = reference::randomImage(random, w, h);
     for (const int64_t mode : {0, 1, 2})
       EXPECT_EQ(ZVBitmapManager::generateBitmapDataWithImage(image, false, mode)->size(),
