@@ -16,6 +16,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <map>
 #include <new>
 #include <string>
 
@@ -67,10 +68,12 @@ void operator delete[](void *pointer, size_t) noexcept {
 namespace {
 
 // astronaut.png resized by the canvas to 576 wide, its rows repeated to
-// the requested height.
-const ZVImage &photo(uint32_t height) {
-  static std::map<uint32_t, ZVImage> cache;
-  if (auto found = cache.find(height); found != cache.end()) return found->second;
+// the requested height. An opaque image serves as its own canvas; with
+// @p translucent one pixel has alpha 254, so the conversion draws a canvas.
+const ZVImage &photo(uint32_t height, bool translucent = false) {
+  static std::map<std::pair<uint32_t, bool>, ZVImage> cache;
+  const auto key = std::pair{height, translucent};
+  if (auto found = cache.find(key); found != cache.end()) return found->second;
   const auto source = ZVImage::fromFile(std::string(ZV_SAMPLE_PHOTO_DIR) + "/astronaut.png");
   if (!source) std::abort();
   const uint32_t side = 576 * source->pixelHeight() / source->pixelWidth();
@@ -79,11 +82,12 @@ const ZVImage &photo(uint32_t height) {
   std::vector<uint8_t> rgba(size_t{576} * 4 * height);
   for (size_t i = 0; i < rgba.size(); ++i)
     rgba[i] = tile[i % tile.size()];
-  return cache.emplace(height, *ZVImage::fromRGBA(576, height, rgba)).first->second;
+  if (translucent) rgba[3] = 254;
+  return cache.emplace(key, *ZVImage::fromRGBA(576, height, rgba)).first->second;
 }
 
 void convert(benchmark::State &state) {
-  const ZVImage &image = photo(4000);
+  const ZVImage &image = photo(4000, state.range(2) != 0);
   const auto mode = state.range(0);
   const auto compress = state.range(1);
   for (auto _ : state) {
@@ -96,7 +100,7 @@ void convert(benchmark::State &state) {
 }
 
 void peakMemory(benchmark::State &state) {
-  const ZVImage &image = photo(10000);
+  const ZVImage &image = photo(10000, state.range(1) != 0);
   const auto mode = state.range(0);
   size_t growth = 0;
   for (auto _ : state) {
@@ -114,13 +118,15 @@ void peakMemory(benchmark::State &state) {
 } // namespace
 
 // Arguments: mode (0 threshold, 1 error diffusion, 2 clustered), compress
-// (0 raw raster, 48 LZO1X in framed blocks).
+// (0 raw raster, 48 LZO1X in framed blocks), translucent (0 an opaque photo,
+// 1 the same with one pixel of alpha 254, which makes the conversion draw a
+// premultiplied canvas).
 BENCHMARK(convert)
-    ->ArgNames({"mode", "compress"})
-    ->ArgsProduct({{0, 1, 2}, {0, 48}})
+    ->ArgNames({"mode", "compress", "translucent"})
+    ->ArgsProduct({{0, 1, 2}, {0, 48}, {0, 1}})
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(peakMemory)
-    ->ArgName("mode")
-    ->DenseRange(0, 2)
+    ->ArgNames({"mode", "translucent"})
+    ->ArgsProduct({{0, 1, 2}, {0, 1}})
     ->Iterations(2)
     ->Unit(benchmark::kMillisecond);

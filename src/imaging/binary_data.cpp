@@ -13,7 +13,7 @@ using zv::detail::Raster;
 // never empty here (an image has at least one pixel), so the fallback
 // threshold 128 does not arise.
 std::optional<Raster> binaryRaster(const ZVImage &image, bool custom, uint8_t threshold) {
-  return zv::detail::convertedRaster(image, [&](const zv::detail::Canvas &canvas) {
+  return zv::detail::convertedRaster(image, [&](const zv::detail::Pixels &canvas) {
     uint64_t limit = threshold;
     if (!custom) {
       const auto histogram = zv::detail::histogramWeightedHistogram(canvas);

@@ -5,6 +5,8 @@
 namespace zv::detail {
 
 std::optional<Raster> convertedRaster(const ZVImage &image, const RasterKernel &kernel) {
+  if (isOpaque(image))
+    return kernel(Pixels(image.rgba().data(), image.pixelWidth(), image.pixelHeight()));
   const auto canvas = drawnCanvas(image, image.pixelWidth(), image.pixelHeight());
   if (!canvas) return std::nullopt;
   return kernel(*canvas);

@@ -16,10 +16,11 @@
 
 namespace zv::detail {
 
-using RasterKernel = std::function<Raster(const Canvas &)>;
+using RasterKernel = std::function<Raster(const Pixels &)>;
 
 /// @p kernel over the image drawn at its own pixel size; std::nullopt when
-/// the canvas is refused.
+/// the canvas is refused. An opaque image needs no canvas: drawing it would
+/// copy its bytes unchanged.
 std::optional<Raster> convertedRaster(const ZVImage &image, const RasterKernel &kernel);
 
 /// Print data of @p raster, complemented first when @p invert; std::nullopt

@@ -127,7 +127,7 @@ void packRow(const int32_t *row, uint32_t width, uint8_t *out) {
 
 } // namespace
 
-Raster ditherRaster(const Canvas &canvas) {
+Raster ditherRaster(const Pixels &canvas) {
   const uint32_t width = canvas.width;
   Raster raster = makeRaster(width, canvas.height);
   std::vector<int32_t> row(width);

@@ -103,7 +103,7 @@ void clusterSixteen(const uint8_t *px, uint8_t *out, const std::array<uint8_t, 8
 } // namespace
 #endif
 
-Raster clusterRaster(const Canvas &canvas) {
+Raster clusterRaster(const Pixels &canvas) {
   Raster raster = makeRaster(canvas.width, canvas.height);
   const size_t bytesPerRow = static_cast<size_t>(raster.bytesPerRow);
   const size_t total = size_t{canvas.width} * canvas.height;
@@ -127,7 +127,7 @@ Raster clusterRaster(const Canvas &canvas) {
     const size_t start = size_t{y} * canvas.width + x;
     const size_t span = (bytesPerRow - x / 8) * 8;
     const size_t available = std::min(span, total - start);
-    const uint8_t *px = canvas.pixels.data() + start * 4;
+    const uint8_t *px = canvas.data + start * 4;
     for (size_t i = 0; i < available; ++i, px += 4)
       gray[i] = static_cast<uint8_t>(~printGray(px[0], px[1], px[2]));
     std::fill(gray.begin() + static_cast<std::ptrdiff_t>(available), gray.end(), uint8_t{0});

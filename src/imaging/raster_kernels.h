@@ -19,6 +19,20 @@
 
 namespace zv::detail {
 
+/// Borrowed premultiplied RGBA pixels: a canvas, or an opaque image (for
+/// which premultiplying changes nothing, so it serves as its own canvas).
+struct Pixels {
+  const uint8_t *data = nullptr;
+  uint32_t width = 0;
+  uint32_t height = 0;
+
+  Pixels(const uint8_t *bytes, uint32_t w, uint32_t h) : data(bytes), width(w), height(h) {}
+  Pixels(const Canvas &canvas) // NOLINT: a canvas is pixels
+      : Pixels(canvas.pixels.data(), canvas.width, canvas.height) {}
+
+  const uint8_t *row(uint32_t y) const { return data + size_t{y} * width * 4; }
+};
+
 struct Raster {
   int32_t bytesPerRow = 0;
   int32_t height = 0;
@@ -32,20 +46,20 @@ using GrayHistogram = std::array<uint32_t, 256>;
 
 /// Histogram of the canvas's gray levels under the histogram weighting
 /// (alpha ignored), i.e. of graylevel256Datas.
-GrayHistogram histogramWeightedHistogram(const Canvas &canvas);
+GrayHistogram histogramWeightedHistogram(const Pixels &canvas);
 
 /// The Otsu search over a histogram of @p pixelCount values.
 uint32_t otsuThreshold(const GrayHistogram &histogram, uint32_t pixelCount);
 
 /// Threshold mode: a pixel is a dot when its alpha is 255 and its print gray
 /// is at most @p threshold (compared as unsigned 64-bit values).
-Raster thresholdRaster(const Canvas &canvas, uint64_t threshold);
+Raster thresholdRaster(const Pixels &canvas, uint64_t threshold);
 
 /// Error-diffusion mode, trailing pixels of rows whose width is not a
 /// multiple of 8 dropped.
-Raster ditherRaster(const Canvas &canvas);
+Raster ditherRaster(const Pixels &canvas);
 
 /// Clustered-dot mode: ZVBayerCluster over the reversed print gray.
-Raster clusterRaster(const Canvas &canvas);
+Raster clusterRaster(const Pixels &canvas);
 
 } // namespace zv::detail

@@ -14,11 +14,11 @@ Raster makeRaster(uint32_t width, uint32_t height) {
   return raster;
 }
 
-GrayHistogram histogramWeightedHistogram(const Canvas &canvas) {
+GrayHistogram histogramWeightedHistogram(const Pixels &canvas) {
   // Interleaved histograms: neighbouring pixels of a photo often share a
   // level, and one counter per level would serialise on it.
   std::array<GrayHistogram, 4> partial{};
-  const uint8_t *px = canvas.pixels.data();
+  const uint8_t *px = canvas.data;
   const size_t count = size_t{canvas.width} * canvas.height;
   size_t i = 0;
 #if ZV_IMAGING_SSE2
@@ -83,7 +83,7 @@ void thresholdSixteen(const uint8_t *px, uint8_t *out, __m128i limit, uint64_t t
 
 } // namespace
 
-Raster thresholdRaster(const Canvas &canvas, uint64_t threshold) {
+Raster thresholdRaster(const Pixels &canvas, uint64_t threshold) {
   Raster raster = makeRaster(canvas.width, canvas.height);
 #if ZV_IMAGING_SSE2
   // Print gray tops out at 254, so thresholds from 255 up take every opaque pixel.
