@@ -54,7 +54,7 @@ void ditherRow(const uint8_t *gray, uint8_t *out, size_t bytesPerRow,
 // missing values count as 0 (never a dot in the clustered matrix).
 void ditherRows(const uint8_t *gray, uint64_t width, int32_t height, uint8_t *out,
                 const RowThresholds &thresholds) {
-  if (height < 1 || width == 0) return;
+  if (gray == nullptr || out == nullptr || height < 1 || width == 0) return;
   const size_t bytesPerRow = (width + 7) / 8;
   const size_t groupSpan = bytesPerRow * 8;
   const size_t total = width * static_cast<uint64_t>(height);
@@ -109,7 +109,8 @@ Raster clusterRaster(const Pixels &canvas) {
   const size_t total = size_t{canvas.width} * canvas.height;
   // Reversed gray of the groups after the last whole sixteen pixels of a
   // row, read on into the next row like ZVBayerCluster.
-  std::array<uint8_t, 16> gray{};
+  // Without SSE2 that is the whole row.
+  std::vector<uint8_t> gray(bytesPerRow * 8);
   for (uint32_t y = 0; y < canvas.height; ++y) {
     const auto &thresholds = kClusterThresholds[y % 8];
     uint8_t *out = raster.bytes.data() + bytesPerRow * y;
@@ -143,7 +144,7 @@ extern "C" void ZVBayerCluster(const uint8_t *gray, uint32_t width, int32_t heig
 }
 
 extern "C" int HTBayerDisperse(const uint8_t *gray, int32_t width, int32_t height, uint8_t *out) {
-  if (width < 1 || height < 1) return 0;
+  if (gray == nullptr || out == nullptr || width < 1 || height < 1) return 0;
   zv::detail::ditherRows(gray, static_cast<uint64_t>(width), height, out,
                          zv::detail::kDispersedThresholds);
   const int32_t used = width % 8;
