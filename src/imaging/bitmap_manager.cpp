@@ -29,7 +29,8 @@ std::optional<ZVImage> ZVBitmapManager::puzzleImageWithBottomImage(const ZVImage
   if (!canvas) return std::nullopt;
   zv::detail::fillCanvas(*canvas, 255, 255, 255, 255);
   zv::detail::drawImage(*canvas, image, 0, band, width, height);
-  return zv::detail::imageFromCanvas(*canvas, 1.0);
+  // Opaque everywhere, so the premultiplied bytes are already straight RGBA.
+  return ZVImage::fromRGBA(canvas->width, canvas->height, canvas->pixels, 1.0);
 }
 
 std::optional<ZVData> ZVBitmapManager::generateGenralDataWithImage(const ZVImage &image,
