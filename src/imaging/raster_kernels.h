@@ -1,12 +1,13 @@
 #pragma once
 
-// The pixel kernels behind the three print modes, working on a drawn canvas
-// and returning the packed 1-bit raster (1 = dot, not yet inverted):
+// The pixel kernels behind the three print modes, working on premultiplied
+// pixels (a drawn canvas, or an opaque image as it is) and returning the packed 1-bit raster (1 =
+// dot, not yet inverted):
 // ((width + 7) / 8) bytes per row, leftmost pixel in the most significant
 // bit, rows top first. The public conversions add inversion and print-data
 // assembly around them.
 //
-// Each kernel makes one pass over the canvas and computes its gray levels on
+// Each kernel makes one pass over the pixels and computes its gray levels on
 // the fly instead of filling a gray buffer first; the bits are the same as
 // those of the gray-buffer formulation (tests check them against a literal
 // transcription).
@@ -27,7 +28,7 @@ struct Pixels {
   uint32_t height = 0;
 
   Pixels(const uint8_t *bytes, uint32_t w, uint32_t h) : data(bytes), width(w), height(h) {}
-  Pixels(const Canvas &canvas) // NOLINT: a canvas is pixels
+  Pixels(const Canvas &canvas) // implicit: a canvas is such pixels
       : Pixels(canvas.pixels.data(), canvas.width, canvas.height) {}
 
   const uint8_t *row(uint32_t y) const { return data + size_t{y} * width * 4; }
