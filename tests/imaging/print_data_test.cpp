@@ -97,20 +97,4 @@ TEST(PrintData, FixedThresholdsFromPureBlackToEveryOpaquePixel) {
   EXPECT_EQ(*ZVBitmapManager::generateBitmapDataWithImage(white, false, 0), (ZVData{0xFF, 0xFF}));
 }
 
-TEST(PrintData, RawBitmapDataIsRowBytesTimesRows) {
-  std::mt19937 random(2);
-  for (const auto &[w, h] : {std::pair{1u, 1u}, {12u, 3u}, {17u, 40u}}) {
-    const ZVImage image = reference::randomImage(random, w, h);
-    for (const int64_t mode : {0, 1, 2})
-      EXPECT_EQ(ZVBitmapManager::generateBitmapDataWithImage(image, false, mode)->size(),
-                (w + 7) / 8 * h);
-    // The dithered tail is dropped: width 12 prints pixels 0..7 only.
-    if (w == 12) {
-      const ZVData dither = *ZVBitmapManager::generateBitmapDataWithImage(image, false, 1);
-      for (size_t y = 0; y < h; ++y)
-        EXPECT_EQ(dither[2 * y + 1], 0xFF);
-    }
-  }
-}
-
 } // namespace
