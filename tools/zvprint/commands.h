@@ -6,6 +6,7 @@
 
 namespace zvprint {
 
+void addConvertCommand(CLI::App &app);
 void addPreviewCommand(CLI::App &app);
 void addBoundsCommand(CLI::App &app);
 

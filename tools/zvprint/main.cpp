@@ -19,6 +19,7 @@ int main(int argc, char **argv) {
   zvprint::addPreviewCommand(app);
   zvprint::addBoundsCommand(app);
   app.require_subcommand(1);
+  zvprint::addConvertCommand(app);
   app.fallthrough();
 
   try {
