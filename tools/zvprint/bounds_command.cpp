@@ -32,7 +32,7 @@ void addBoundsCommand(CLI::App &app) {
   auto path = std::make_shared<std::string>();
   CLI::App *command = app.add_subcommand(
       "bounds", "Print the content rectangle of IMAGE as \"x y width height\" in pixels");
-  command->add_option("image", *path, "PNG or JPEG image")->required();
+  command->add_option("IMAGE", *path, "PNG or JPEG image")->required();
   command->callback([path] { runBounds(*path); });
 }
 

@@ -21,7 +21,7 @@ constexpr uint32_t kGap = 8;
 struct PreviewOptions {
   std::string input;
   std::string output;
-  int64_t mode = 2;
+  int64_t mode = 0;
   double gamma = 1.0;
   bool all = false;
 };
@@ -70,11 +70,12 @@ void addPreviewCommand(CLI::App &app) {
   auto options = std::make_shared<PreviewOptions>();
   CLI::App *command = app.add_subcommand(
       "preview", "Render how IMAGE will print: 0 threshold, 1 error diffusion, 2 gray scale");
-  command->add_option("image", options->input, "PNG or JPEG image")->required();
+  command->add_option("IMAGE", options->input, "PNG or JPEG image")->required();
   command->add_option("-o,--output", options->output, "PNG file to write")->required();
-  auto *mode = command->add_option("--mode", options->mode, "0|1|2 (default 2: gray scale)")
-                   ->transform(modeOption())
-                   ->check(CLI::Range(0, 2));
+  auto *mode =
+      command->add_option("--mode", options->mode, "0 threshold (default), 1 dither, 2 gray scale")
+          ->transform(modeOption())
+          ->check(CLI::Range(0, 2));
   command->add_option("--gamma", options->gamma, "gamma of the gray-scale rendering (default 1)")
       ->check(CLI::Validator(
           [](std::string &text) {
