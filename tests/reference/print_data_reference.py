@@ -424,6 +424,19 @@ def main():
                 combos = [(m, 48, True, wm) for m in (0, 1, 2) for wm in (False, True)]
                 runner.check_image(gradient_image(w, h), "gradient", combos)
                 counts["images"] += 1
+            # Grays whose print weighting sums to an integer in real arithmetic
+            # but truncates one lower in double precision, on white: the
+            # threshold lands on the truncated value, so exact integer
+            # shortcuts that miss the double formula's tie break show here.
+            for v in range(256):
+                if print_gray(np.array([[[v, v, v, 255]]]))[0, 0] == v:
+                    continue
+                img = np.full((10, 40, 4), 255, dtype=np.uint8)
+                img[:, ::3, :3] = v
+                img[::2, 1::3, :3] = v
+                runner.check_image(img, f"gray {v} on white", [(0, 0, False, False),
+                                                              (2, 0, False, False)])
+                counts["images"] += 1
             for name in filter(None, args.photos.split(",")):
                 img = photo(name, crop)
                 runner.check_image(img, name, ALL_COMBOS)
