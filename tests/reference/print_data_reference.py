@@ -7,8 +7,9 @@ must write, runs the tool and compares. LZO streams are compared by what they
 decompress to (liblzo2's safe decompressor through ctypes); frame headers are
 compared byte for byte.
 
-Usage: print_data_reference.py ZVPRINT [--cases N] [--seed S] [--photos a.png,b.png]
-                               [--crop WxH] [--full]
+Usage: print_data_reference.py ZVPRINT [--cases N] [--seed S] [--size WxH]
+                               [--photos a.png,b.png] [--crop WxH|none] [--large a.png]
+                               [--full]
 Exit status: 0 all equal, 1 a mismatch (the first one is described), 77 when
 numpy, PIL or liblzo2 are missing (ctest reports the test as skipped).
 """
@@ -396,6 +397,7 @@ def main():
     parser.add_argument("zvprint")
     parser.add_argument("--cases", type=int, default=120, help="random small images")
     parser.add_argument("--seed", type=int, default=20261122)
+    parser.add_argument("--size", default="40x40", help="largest random image, WxH")
     parser.add_argument("--photos", default="astronaut.png,logo.png,coffee.png,camera.png,chelsea.png,horse.png")
     parser.add_argument("--crop", default="200x96", help="WxH crop of each photo, or 'none'")
     parser.add_argument("--large", default="astronaut.png",
@@ -405,6 +407,7 @@ def main():
                         help="every mode/output combination for every random image")
     args = parser.parse_args()
     rng = random.Random(args.seed)
+    max_w, max_h = (int(v) for v in args.size.split("x"))
     crop = None if args.crop == "none" else tuple(int(v) for v in args.crop.split("x"))
 
     counts = {"images": 0}
@@ -413,7 +416,7 @@ def main():
         try:
             kinds = ["random", "random", "opaque", "two-level", "uniform"]
             for i in range(args.cases):
-                w, h = rng.randint(1, 40), rng.randint(1, 40)
+                w, h = rng.randint(1, max_w), rng.randint(1, max_h)
                 kind = kinds[i % len(kinds)]
                 combos = ALL_COMBOS if args.full else rng.sample(ALL_COMBOS, 6)
                 runner.check_image(random_image(rng, w, h, kind), f"random #{i} {kind}", combos)
