@@ -12,6 +12,7 @@
 #include <zvprinter/ZVExport.h>
 #include <zvprinter/ZVFirmwareSlice.h>
 #include <zvprinter/ZVImage.h>
+#include <zvprinter/ZVImagePreviewManager.h>
 #include <zvprinter/ZVPackProtocol.h>
 #include <zvprinter/ZVPacker.h>
 #include <zvprinter/ZVPrinterC.h>

@@ -7,5 +7,7 @@
 namespace zvprint {
 
 void addConvertCommand(CLI::App &app);
+void addPreviewCommand(CLI::App &app);
+void addBoundsCommand(CLI::App &app);
 
 } // namespace zvprint
