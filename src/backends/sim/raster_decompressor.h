@@ -1,0 +1,28 @@
+#pragma once
+
+// LZO1X decompression as the printer does it: the stream must expand to
+// exactly the size its header announces, and never beyond a cap.
+
+#include <zvprinter/ZVTypes.h>
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+namespace zv::detail {
+
+/// Largest raster a single frame or bitmap may expand to (16 MiB).
+inline constexpr uint64_t kMaxRasterBytes = 16u << 20;
+
+/// Worst-case LZO1X stream length for @p size input bytes.
+constexpr uint64_t lzoWorstCase(uint64_t size) {
+  return size + size / 16 + 64 + 3;
+}
+
+/// Decompresses @p stream, which must expand to exactly @p expected bytes
+/// (at most kMaxRasterBytes). On failure returns std::nullopt and a reason.
+std::optional<ZVData> decompressRaster(std::span<const uint8_t> stream, uint64_t expected,
+                                       std::string &error);
+
+} // namespace zv::detail
