@@ -212,28 +212,36 @@ void SimPeripheral::transmit(const ZVData &value,
                              int64_t type) {
   if (state() != ZVBlePeripheralStateConnected || !characteristic) return;
   const bool withResponse = type == ZVBleWriteWithResponse;
-  const auto acknowledge = [characteristic](SimPeripheral &p, std::optional<ZVError> error) {
-    auto me = p.self();
-    p.callDelegate([&](auto &d) { d.didWriteValue(me, characteristic, error); });
-  };
   std::optional<ZVError> refusal;
   if (!(characteristic->properties() & kWrite)) {
     refusal = simError(ZVSimErrorNotSupported, "characteristic cannot be written");
   } else if (value.size() > printer_->config().attPayloadLimit) {
     refusal = simError(ZVSimErrorValueTooLong, "value longer than the ATT payload limit");
   }
-  if (refusal) {
-    printer_->state_->engine.note("write to " + characteristic->uuid() +
-                                  " refused: " + refusal->localizedDescription);
-    if (withResponse) nextEvent([=](SimPeripheral &p) { acknowledge(p, refusal); });
-    return;
+  // The host spends a credit when it writes, not when the packet arrives.
+  using Credit = VirtualPrinterState::Credit;
+  Credit credit = Credit::NotNeeded;
+  if (!refusal && !withResponse && characteristic->uuid() == gatt::kIvtWrite) {
+    credit = printerState().spendCredit() ? Credit::Spent : Credit::Missing;
   }
   nextEvent([=](SimPeripheral &p) {
-    const WriteOutcome outcome = p.printerState().written(characteristic->uuid(), value);
-    if (!withResponse || !outcome.acknowledged) return;
-    std::optional<ZVError> error;
-    if (outcome.rejected) error = simError(ZVSimErrorWriteRejected, "the module refused the write");
-    p.nextEvent([=](SimPeripheral &q) { acknowledge(q, error); });
+    std::optional<ZVError> error = refusal;
+    bool answer = withResponse;
+    if (refusal) {
+      p.printerState().engine.note("write to " + characteristic->uuid() +
+                                   " refused: " + refusal->localizedDescription);
+    } else {
+      const WriteOutcome outcome = p.printerState().written(characteristic->uuid(), value, credit);
+      answer = answer && outcome.acknowledged;
+      if (outcome.rejected) {
+        error = simError(ZVSimErrorWriteRejected, "the module refused the write");
+      }
+    }
+    if (!answer) return;
+    p.nextEvent([=](SimPeripheral &q) {
+      auto me = q.self();
+      q.callDelegate([&](auto &d) { d.didWriteValue(me, characteristic, error); });
+    });
   });
 }
 
@@ -243,6 +251,9 @@ void SimPeripheral::notify(const std::string &uuid, ZVData value) {
     for (const auto &service : p.discovered_) {
       for (const auto &characteristic : service->characteristics()) {
         if (characteristic->uuid() != uuid || !characteristic->isNotifying()) continue;
+        if (uuid == gatt::kIvtFlowControl && value.size() >= 2 && value[0] == 0x01) {
+          p.printerState().hostCredits += value[1];
+        }
         characteristic->setValue(value);
         auto me = p.self();
         p.callDelegate([&](auto &d) { d.didUpdateValue(me, characteristic, std::nullopt); });

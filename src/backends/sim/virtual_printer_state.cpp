@@ -9,10 +9,6 @@ namespace zv::detail {
 
 namespace {
 
-bool isIvtChannel(const std::string &uuid) {
-  return uuid == gatt::kIvtWrite;
-}
-
 bool isDataChannel(const std::string &uuid) {
   return uuid == gatt::kIsscWrite || uuid == gatt::kIvtWrite;
 }
@@ -83,7 +79,6 @@ void VirtualPrinterState::grantCredits(uint32_t count) {
   while (count > 0) {
     const auto grant = static_cast<uint8_t>(std::min<uint32_t>(count, 255));
     count -= grant;
-    hostCredits += grant;
     if (faults.lostCreditGrants > 0) {
       --faults.lostCreditGrants;
       engine.note("credit grant of " + std::to_string(grant) + " lost");
@@ -107,7 +102,14 @@ void VirtualPrinterState::subscribed(const std::string &uuid, bool enabled) {
   if (!config.ivtAnnounceChunkSizeFirst) announce();
 }
 
-WriteOutcome VirtualPrinterState::written(const std::string &uuid, const ZVData &value) {
+bool VirtualPrinterState::spendCredit() {
+  if (hostCredits <= 0) return false;
+  --hostCredits;
+  return true;
+}
+
+WriteOutcome VirtualPrinterState::written(const std::string &uuid, const ZVData &value,
+                                          Credit credit) {
   if (!isDataChannel(uuid)) {
     engine.note("write to " + uuid + " ignored");
     return {};
@@ -116,18 +118,7 @@ WriteOutcome VirtualPrinterState::written(const std::string &uuid, const ZVData 
   const uint64_t index = stats.writes++;
   WriteOutcome outcome;
   outcome.acknowledged = !faults.lostAcknowledgements.contains(index);
-  if (faults.rejectedWrites.contains(index)) {
-    engine.note("write " + std::to_string(index) + " refused");
-    outcome.rejected = true;
-    return outcome;
-  }
-  if (isIvtChannel(uuid)) {
-    if (hostCredits <= 0) {
-      ++stats.creditOverruns;
-      engine.note("write " + std::to_string(index) + " without credit dropped");
-      return outcome;
-    }
-    --hostCredits;
+  if (credit == Credit::Spent) {
     // Buffers freed during one connection event are returned in one grant.
     if (creditsToReturn++ == 0 && loop) {
       creditTimer = loop->schedule(config.connectionInterval / 2, [this] {
@@ -135,6 +126,16 @@ WriteOutcome VirtualPrinterState::written(const std::string &uuid, const ZVData 
         grantCredits(count);
       });
     }
+  }
+  if (faults.rejectedWrites.contains(index)) {
+    engine.note("write " + std::to_string(index) + " refused");
+    outcome.rejected = true;
+    return outcome;
+  }
+  if (credit == Credit::Missing) {
+    ++stats.creditOverruns;
+    engine.note("write " + std::to_string(index) + " without credit dropped");
+    return outcome;
   }
   lastDataChannel = uuid;
   std::span<const uint8_t> bytes(value);

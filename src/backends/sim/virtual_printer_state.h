@@ -44,8 +44,13 @@ struct VirtualPrinterState {
   void disconnected();
   /// The central switched notifications of @p uuid on or off.
   void subscribed(const std::string &uuid, bool enabled);
-  /// A write reached the printer (after the link's delay).
-  WriteOutcome written(const std::string &uuid, const ZVData &value);
+  /// Whether a write used one of the IVT module's buffers.
+  enum class Credit { NotNeeded, Spent, Missing };
+  /// A write reached the printer (after the link's delay). Credit::Missing:
+  /// the host wrote on FF02 holding no credit, so the module has no buffer.
+  WriteOutcome written(const std::string &uuid, const ZVData &value, Credit credit);
+  /// The host writes on FF02: false if it holds no credit.
+  bool spendCredit();
 
   void sendReplies(const std::vector<ZVData> &replies);
   void sendFlowControl(ZVData message);
