@@ -139,5 +139,4 @@ private:
   bool stopRequested_ = false;
   uint64_t changes_ = 0; // bumped by every post, schedule, stop and clock switch
   std::atomic<std::thread::id> runner_{};
-  int depth_ = 0;
 };

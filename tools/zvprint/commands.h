@@ -4,4 +4,8 @@
 
 #include <CLI/CLI.hpp>
 
-namespace zvprint {} // namespace zvprint
+namespace zvprint {
+
+void addRenderCommand(CLI::App &app);
+
+} // namespace zvprint
