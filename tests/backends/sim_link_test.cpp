@@ -4,6 +4,7 @@
 #include "backends/sim_host_support.h"
 
 #include <zvprinter/ZVPlatform.h>
+#include <zvprinter/ZVSerialQueue.h>
 
 #include <gtest/gtest.h>
 
@@ -231,6 +232,26 @@ TEST(SimCentral, FirmwareTransferOverTheLinkWithARejectedFrame) {
   EXPECT_EQ(acks[1], (ZVData{0x1B, 0x1C, 0x26, 0, 0, 0, 0, 0}));
   EXPECT_EQ(acks[3], (ZVData{0x1B, 0x1C, 0x26, 0xC0, 0x0F, 0, 0, 0})); // offset 4032
   EXPECT_EQ(rig.printer->firmwareImage(), image);
+}
+
+TEST(SimCentral, RealTimeWritesFromTheWriteQueueThread) {
+  ZVRunLoop loop; // real clock: the write queue has a thread of its own
+  auto central = std::make_shared<ZVSimCentral>(loop);
+  auto host = std::make_shared<TestHost>(loop);
+  auto printer = std::make_shared<ZVVirtualPrinter>(ivt());
+  central->setDelegate(host);
+  central->addPrinter(printer);
+  ASSERT_TRUE(host->connectAndSubscribe(*central, host));
+  ASSERT_TRUE(loop.runUntil([&] { return host->received("FF03").size() == 5; }, 5));
+  ZVSerialQueue queue("test.write.queue", loop);
+  const auto target = host->characteristics.at("FF02");
+  const auto peripheral = host->peripheral;
+  queue.async([peripheral, target] {
+    for (int i = 0; i < 5; ++i)
+      peripheral->writeValue(ZVData(20, '\n'), target, 1);
+  });
+  EXPECT_TRUE(loop.runUntil([&] { return printer->statistics().bytesReceived == 100; }, 5));
+  EXPECT_EQ(printer->statistics().creditOverruns, 0u);
 }
 
 TEST(ZVPlatform, FactoryChoosesTheCentral) {
