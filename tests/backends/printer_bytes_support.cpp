@@ -1,5 +1,7 @@
 #include "backends/printer_bytes_support.h"
 
+#include <zvprinter/ZVPrinterC.h>
+
 #include <lzo/lzo1x.h>
 
 #include <vector>
@@ -11,16 +13,6 @@ namespace {
 void putLE(ZVData &out, uint64_t value, int count) {
   for (int i = 0; i < count; ++i)
     out.push_back(static_cast<uint8_t>(value >> (8 * i)));
-}
-
-uint32_t crcStep(std::span<const uint8_t> data) {
-  uint32_t c = 0; // firmware frames: register starts at 0, result complemented
-  for (const uint8_t b : data) {
-    c ^= b;
-    for (int k = 0; k < 8; ++k)
-      c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
-  }
-  return ~c;
 }
 
 } // namespace
@@ -85,7 +77,10 @@ ZVData firmwareFrame(uint32_t offset, std::span<const uint8_t> chunk, bool corru
   append(frame, bytes(" V1 do \"ota\"\r\n"));
   putLE(frame, offset, 4);
   putLE(frame, chunk.size(), 4);
-  putLE(frame, crcStep(chunk) ^ (corrupt ? 1u : 0u), 4);
+  // Firmware frames carry the CRC-32 variant whose register starts at 0.
+  const uint32_t checksum =
+      zv_print_crc32(0xFFFFFFFF, chunk.data(), static_cast<uint32_t>(chunk.size()));
+  putLE(frame, checksum ^ (corrupt ? 1u : 0u), 4);
   append(frame, chunk);
   return frame;
 }

@@ -1,6 +1,8 @@
 // The virtual printer fed bytes directly: what it prints and what it answers.
 #include "backends/printer_bytes_support.h"
 
+#include <zvprinter/ZVAlgorithmManager.h>
+#include <zvprinter/ZVPackProtocol.h>
 #include <zvprinter/ZVVirtualPrinter.h>
 
 #include <gtest/gtest.h>
@@ -189,6 +191,31 @@ TEST(VirtualPrinterStream, FirmwareFramesAreCheckedAcknowledgedAndReassembled) {
   EXPECT_EQ(printer.firmwareImage(), image);
   EXPECT_EQ(printer.statistics().firmwareFramesAccepted, 3u);
   EXPECT_EQ(printer.statistics().firmwareFramesRejected, 3u);
+}
+
+} // namespace
+
+namespace {
+
+// The library's own framing, printed: what ZVAlgorithmManager packs and
+// ZVPackProtocol frames is what the printer reads.
+TEST(VirtualPrinterStream, PrintsLibraryFramesAndReassemblesLibraryFirmware) {
+  const ZVData raster = patternRaster(49, 100, 7); // 49 bytes wide: frames of 16 rows
+  const ZVData job = ZVAlgorithmManager::managerData(raster.data(), 49 * 100, 49, 100, 48, true);
+  ZVVirtualPrinter printer;
+  feedInPieces(printer, job, {244});
+  EXPECT_EQ(printer.statistics().printFrames, 7u);
+  EXPECT_EQ(printer.paperRows(), expectedRows(raster, 49));
+
+  ZVData image(4100);
+  for (size_t i = 0; i < image.size(); ++i)
+    image[i] = static_cast<uint8_t>(i * 131 >> 3);
+  for (const auto &slice : ZVPackProtocol::generateFirmwarePacksWithData(image)) {
+    const auto replies = printer.receive(slice.data);
+    ASSERT_EQ(replies.size(), 1u);
+    EXPECT_EQ(replies[0][6], 0) << "frame at " << slice.offset;
+  }
+  EXPECT_EQ(printer.firmwareImage(), image);
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 #include "backends/sim/printer_stream_parser.h"
 
-#include "backends/sim/firmware_checksum.h"
 #include "backends/sim/raster_decompressor.h"
 #include "backends/sim/stream_bytes.h"
+#include "framing/checksum.h"
 
 #include <algorithm>
 #include <string_view>
@@ -218,7 +218,7 @@ PrinterStreamParser::Step PrinterStreamParser::parseDeviceCommand(std::span<cons
   frame.checksum = checksum;
   frame.chunk.assign(in.begin() + static_cast<std::ptrdiff_t>(lineEnd + 12),
                      in.begin() + static_cast<std::ptrdiff_t>(total));
-  frame.checksumMatches = firmwareFrameChecksum(frame.chunk) == checksum;
+  frame.checksumMatches = firmwareChecksum(frame.chunk) == checksum;
   out.emplace_back(std::move(frame));
   return {Outcome::Consumed, total};
 }

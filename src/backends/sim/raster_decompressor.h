@@ -3,6 +3,8 @@
 // LZO1X decompression as the printer does it: the stream must expand to
 // exactly the size its header announces, and never beyond a cap.
 
+#include "framing/lzo_bound.h"
+
 #include <zvprinter/ZVTypes.h>
 
 #include <cstdint>
@@ -14,11 +16,6 @@ namespace zv::detail {
 
 /// Largest raster a single frame or bitmap may expand to (16 MiB).
 inline constexpr uint64_t kMaxRasterBytes = 16u << 20;
-
-/// Worst-case LZO1X stream length for @p size input bytes.
-constexpr uint64_t lzoWorstCase(uint64_t size) {
-  return size + size / 16 + 64 + 3;
-}
 
 /// Decompresses @p stream, which must expand to exactly @p expected bytes
 /// (at most kMaxRasterBytes). On failure returns std::nullopt and a reason.
