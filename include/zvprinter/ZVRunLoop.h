@@ -105,7 +105,9 @@ public:
   /// order and draining posted blocks. Real clock: same as runFor().
   void advance(double seconds) { runFor(seconds); }
   /// Makes the innermost run()/runFor()/runUntil() return after the current
-  /// block. Safe from any thread.
+  /// block. Safe from any thread. A stop() while the loop is not running is
+  /// kept, and makes the next run return at once (so a thread that has not
+  /// yet entered run() still stops).
   void stop();
 
   /// Seconds on the loop's clock since the loop was made.

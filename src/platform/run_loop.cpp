@@ -137,10 +137,6 @@ std::optional<int64_t> ZVRunLoop::nextDeadline() {
 bool ZVRunLoop::runLoop(const std::function<bool()> *predicate, std::optional<int64_t> limitNs,
                         bool stopWhenIdle) {
   const auto previousRunner = runner_.exchange(std::this_thread::get_id());
-  {
-    std::lock_guard lock(mutex_);
-    stopRequested_ = false;
-  }
   const auto satisfied = [&] { return predicate != nullptr && (*predicate)(); };
   const auto stopped = [&] {
     std::lock_guard lock(mutex_);

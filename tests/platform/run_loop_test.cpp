@@ -64,6 +64,12 @@ TEST(ZVRunLoopVirtual, StopEndsRunFromABlock) {
   loop.run();
   EXPECT_EQ(ticks, 3);
   EXPECT_EQ(loop.pendingTimers(), 1u);
+
+  loop.stop(); // not running: remembered by the next run, which returns at once
+  loop.run();
+  EXPECT_EQ(ticks, 3);
+  loop.runFor(1.0);
+  EXPECT_EQ(ticks, 4);
 }
 
 TEST(ZVSerialQueueVirtual, DrainsOnTheLoopThreadInSubmissionOrder) {
