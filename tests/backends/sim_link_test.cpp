@@ -5,6 +5,7 @@
 
 #include <zvprinter/ZVPlatform.h>
 #include <zvprinter/ZVSerialQueue.h>
+#include <zvprinter/ZVTarvoResolver.h>
 
 #include <gtest/gtest.h>
 
@@ -184,6 +185,35 @@ TEST(SimCentral, ReplyFaultsGarbleSplitOrSilenceTheAnswers) {
   rig.host->writeInChunks(kStatusQuery, 127, ZVBleWriteWithResponse);
   rig.loop.runFor(0.1);
   EXPECT_EQ(rig.host->notifications.size(), 2u);
+}
+
+TEST(SimCentral, GarbledSplitRepliesStillResolveWithTheLibrarysResolver) {
+  Rig rig;
+  rig.printer->faults().garbageBeforeReplies = {0x00, 0x41};
+  rig.printer->faults().splitReplies = true;
+  ASSERT_TRUE(rig.connect());
+  ZVData job = kStatusQuery;
+  append(job, printFrame(1, 1, ZVData{0x00}));
+  append(job, firmwareFrame(0, ZVData{1, 2, 3}));
+  rig.host->writeInChunks(job, 127, ZVBleWriteWithResponse);
+  rig.loop.runFor(1.0);
+  ZVTarvoResolver resolver;
+  std::vector<std::pair<uint64_t, ZVData>> models;
+  resolver.setResolvedBlock([&](const std::shared_ptr<ZVCommonResolveModel> &model) {
+    const auto *reply = dynamic_cast<const ZVTarvoResolverModel *>(model.get());
+    ASSERT_NE(reply, nullptr);
+    models.emplace_back(reply->type, reply->data);
+  });
+  for (const auto &n : rig.host->notifications) {
+    if (n.uuid == kIsscRead) resolver.readDeviceInput(n.value);
+  }
+  const ZVData garbage{0x00, 0x41};
+  EXPECT_EQ(models, (std::vector<std::pair<uint64_t, ZVData>>{{3, garbage},
+                                                              {0, {0x80}},
+                                                              {3, garbage},
+                                                              {2, {0, 0, 0, 0, 0}},
+                                                              {3, garbage},
+                                                              {1, {0x00}}}));
 }
 
 TEST(SimCentral, SilentOrGrantLosingIvtModuleAndRefusedConnections) {
