@@ -148,6 +148,9 @@ struct ZVVirtualPrinterStatistics {
 ///   0 accepted, 1 checksum mismatch, 2 image too large (over 16 MiB),
 ///   3 offset beyond the end of the image received so far, 4 refused
 ///   (injected). A frame may be sent again; it overwrites its place.
+/// - disconnect request: "Disconnect_B" + a reason byte, sent when
+///   requestDisconnect() is called (the printer's power button); the host is
+///   expected to close the link.
 /// - ESC FS & V1 getval "printer_name" / "printer_version" / "serial_no":
 ///   "printer_name=" + modelName (or "printer_version=", "serial_no=") + CR LF.
 /// - getval "auto_wifi": "auto_wifi=WM:<STA|AP>;WS:<ssid>;WI:<ip>;WA:<auth>"
@@ -182,6 +185,11 @@ public:
   /// Ends the input: reports anything left incomplete and finishes the job.
   /// Returns the replies that made.
   std::vector<ZVData> endOfInput();
+
+  /// Asks the connected host to disconnect ("Disconnect_B" + @p reason), as
+  /// the printer does when its power button is pressed. Nothing happens
+  /// without a link.
+  void requestDisconnect(uint8_t reason = 0);
 
   /// The paper printed so far (black dots on white), or std::nullopt if
   /// nothing was printed.

@@ -197,6 +197,8 @@ TEST(SimCentral, GarbledSplitRepliesStillResolveWithTheLibrarysResolver) {
   append(job, firmwareFrame(0, ZVData{1, 2, 3}));
   rig.host->writeInChunks(job, 127, ZVBleWriteWithResponse);
   rig.loop.runFor(1.0);
+  rig.printer->requestDisconnect(7);
+  rig.loop.runFor(0.1);
   ZVTarvoResolver resolver;
   std::vector<std::pair<uint64_t, ZVData>> models;
   resolver.setResolvedBlock([&](const std::shared_ptr<ZVCommonResolveModel> &model) {
@@ -213,7 +215,9 @@ TEST(SimCentral, GarbledSplitRepliesStillResolveWithTheLibrarysResolver) {
                                                               {3, garbage},
                                                               {2, {0, 0, 0, 0, 0}},
                                                               {3, garbage},
-                                                              {1, {0x00}}}));
+                                                              {1, {0x00}},
+                                                              {3, garbage},
+                                                              {4, {0x07}}}));
 }
 
 TEST(SimCentral, SilentOrGrantLosingIvtModuleAndRefusedConnections) {

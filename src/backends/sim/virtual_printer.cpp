@@ -32,6 +32,14 @@ std::vector<ZVData> ZVVirtualPrinter::endOfInput() {
   return state_->engine.endOfInput(state_->faults);
 }
 
+void ZVVirtualPrinter::requestDisconnect(uint8_t reason) {
+  const std::string prefix = "Disconnect_B";
+  ZVData request(prefix.begin(), prefix.end());
+  request.push_back(reason);
+  state_->engine.note("asking the host to disconnect");
+  state_->sendReplies({request});
+}
+
 std::optional<ZVImage> ZVVirtualPrinter::paperImage() const {
   return state_->engine.paper().image();
 }
