@@ -122,6 +122,21 @@ TEST(VirtualPrinterStream, TsplLabelWithRawAndCompressedBitmaps) {
   EXPECT_EQ(replies.size(), 2u); // one "dithering_finis" per PRINT
 }
 
+TEST(VirtualPrinterStream, BitmapModesAtUnalignedAndClippedPositions) {
+  ZVData job = bytes("SIZE 2 mm,1 mm\r\nCLS\r\n");
+  append(job, tsplBitmap(0, 0, 1, 1, 0, ZVData{0x0F}, false));  // dots at x 0..3
+  append(job, tsplBitmap(2, 0, 1, 1, 2, ZVData{0x00}, false));  // XOR dots at x 2..9
+  append(job, tsplBitmap(-4, 1, 1, 1, 1, ZVData{0x00}, false)); // OR, half off the label
+  append(job, bytes("PRINT 1\r\n"));
+  ZVVirtualPrinter printer;
+  feedInPieces(printer, job, {job.size()});
+  const auto rows = printer.paperRows();
+  ASSERT_EQ(rows.size(), 8u);
+  EXPECT_EQ(rows[0], (ZVData{0xCF, 0xC0}));
+  EXPECT_EQ(rows[1], (ZVData{0xF0, 0x00}));
+  EXPECT_EQ(rows[2], (ZVData{0x00, 0x00}));
+}
+
 TEST(VirtualPrinterStream, StatusDeviceAndWifiCommandsAreAnswered) {
   ZVVirtualPrinter printer;
   const auto esc = [](const std::string &body) {

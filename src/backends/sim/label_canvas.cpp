@@ -35,6 +35,24 @@ void LabelCanvas::grow(uint32_t width, uint32_t height) {
   dots_ = std::move(grown);
 }
 
+namespace {
+
+// A whole row that starts on a byte boundary: eight dots at a time.
+void drawAlignedRow(uint8_t *target, const uint8_t *source, uint32_t bytes, int64_t mode) {
+  for (uint32_t i = 0; i < bytes; ++i) {
+    const auto dots = static_cast<uint8_t>(~source[i]); // bit value 0 = dot
+    if (mode == 1) {
+      target[i] |= dots;
+    } else if (mode == 2) {
+      target[i] ^= dots;
+    } else {
+      target[i] = dots;
+    }
+  }
+}
+
+} // namespace
+
 bool LabelCanvas::draw(const TsplBitmap &bitmap) {
   const int64_t left = referenceX_ + bitmap.x;
   const int64_t top = referenceY_ + bitmap.y;
@@ -57,6 +75,10 @@ bool LabelCanvas::draw(const TsplBitmap &bitmap) {
     }
     uint8_t *row = dots_.data() + static_cast<size_t>(y) * stride();
     const uint8_t *source = bitmap.bits.data() + size_t{r} * bitmap.widthBytes;
+    if (left >= 0 && left % 8 == 0 && left + widthDots <= width_) {
+      drawAlignedRow(row + left / 8, source, bitmap.widthBytes, bitmap.mode);
+      continue;
+    }
     for (int64_t c = 0; c < widthDots; ++c) {
       const int64_t x = left + c;
       if (x < 0 || x >= width_) {
