@@ -33,7 +33,9 @@ enum ZVSimError : int64_t {
 /// Make it with std::make_shared. It reports its first state (5, powered on,
 /// unless made powered off) on the loop shortly after it is made. Scanning
 /// reports every printer in range once per scan (again after
-/// advertiseAgain()); connecting takes the printer's connectDelay; writes,
+/// advertiseAgain()); connecting takes the printer's connectDelay, and a
+/// connection asked for while the printer is out of range stays pending until
+/// it is added again (there is no time-out of its own); writes,
 /// acknowledgements and notifications travel at the link's connection events.
 ///
 /// Threading: main queue, like every ZVBleCentral; the peripherals' write
@@ -73,6 +75,7 @@ private:
   friend class zv::detail::SimPeripheral;
   std::shared_ptr<zv::detail::SimPeripheral> find(const std::shared_ptr<ZVBlePeripheral> &p) const;
   void report(const std::shared_ptr<zv::detail::SimPeripheral> &peripheral);
+  void attempt(const std::shared_ptr<zv::detail::SimPeripheral> &peripheral);
   void linkLost(const std::shared_ptr<zv::detail::SimPeripheral> &peripheral);
 
   ZVRunLoop &loop_;

@@ -59,6 +59,16 @@ TEST(SimCentral, AdvertisesStatesAndRetrievesByIdentifier) {
   ASSERT_EQ(found.size(), 1u);
   EXPECT_EQ(found[0], rig.host->peripheral); // the same object: compared by identity
 
+  // Out of range: a connection waits, and completes once the printer is back.
+  rig.central->removePrinter(rig.printer);
+  rig.central->connect(found[0]);
+  rig.loop.runFor(1.0);
+  EXPECT_EQ(found[0]->state(), ZVBlePeripheralStateConnecting);
+  rig.central->addPrinter(rig.printer);
+  rig.loop.runFor(1.0);
+  EXPECT_EQ(found[0]->state(), ZVBlePeripheralStateConnected);
+  EXPECT_EQ(rig.host->events.back(), "connected");
+
   rig.central->setPoweredOn(false);
   rig.loop.runFor(0.1);
   rig.central->setPoweredOn(true);

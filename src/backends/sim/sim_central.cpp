@@ -63,6 +63,7 @@ void ZVSimCentral::addPrinter(const std::shared_ptr<ZVVirtualPrinter> &printer) 
   }
   inRange_.insert(printer->identifier());
   if (scanning_) report(peripheral);
+  if (peripheral->state() == ZVBlePeripheralStateConnecting) attempt(peripheral);
 }
 
 void ZVSimCentral::removePrinter(const std::shared_ptr<ZVVirtualPrinter> &printer) {
@@ -144,6 +145,12 @@ void ZVSimCentral::connect(const std::shared_ptr<ZVBlePeripheral> &p) {
   if (!peripheral || state_ != ZVBleCentralStatePoweredOn) return;
   if (peripheral->state() != ZVBlePeripheralStateDisconnected) return;
   peripheral->setConnecting();
+  attempt(peripheral);
+}
+
+// A pending connection completes once the printer is in range and answers,
+// however long that takes, as on the platform.
+void ZVSimCentral::attempt(const std::shared_ptr<SimPeripheral> &peripheral) {
   auto &faults = peripheral->printer()->faults();
   if (faults.ignoreConnection || !inRange_.contains(peripheral->identifier())) return;
   std::weak_ptr<SimPeripheral> weak = peripheral;
