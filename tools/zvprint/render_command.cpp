@@ -21,6 +21,10 @@ struct RenderOptions {
 
 constexpr size_t kErrorsShown = 20;
 
+std::string count(uint64_t n, const std::string &noun) {
+  return std::to_string(n) + " " + noun + (n == 1 ? "" : "s");
+}
+
 void render(const RenderOptions &options) {
   const ZVData bytes = readFile(options.job);
   ZVVirtualPrinterConfig config;
@@ -38,16 +42,16 @@ void render(const RenderOptions &options) {
     std::cerr << "zvprint: render: ... and " << stats.streamErrors - kErrorsShown
               << " more stream errors\n";
   }
-  const std::string counts =
-      std::to_string(stats.printFrames) + " frames, " + std::to_string(stats.bitmaps) +
-      " bitmaps, " + std::to_string(stats.labels) + " labels from " + std::to_string(bytes.size()) +
-      " bytes, " + std::to_string(stats.streamErrors) + " stream errors";
+  const std::string counts = count(stats.printFrames, "frame") + ", " +
+                             count(stats.bitmaps, "bitmap") + ", " + count(stats.labels, "label") +
+                             " from " + count(bytes.size(), "byte") + ", " +
+                             count(stats.streamErrors, "stream error");
   if (printer.paperRows().empty()) {
     fail("nothing printable in " + options.job + " (" + counts + ")");
   }
   std::string error;
   if (!printer.writePaperPNG(options.output, &error)) fail(options.output + ": " + error);
-  std::cout << "printed " << stats.rowsPrinted << " rows, " << printer.paperWidthDots()
+  std::cout << "printed " << count(stats.rowsPrinted, "row") << ", " << printer.paperWidthDots()
             << " dots wide: " << counts << " -> " << options.output << "\n";
 }
 
