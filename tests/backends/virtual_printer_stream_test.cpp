@@ -137,6 +137,21 @@ TEST(VirtualPrinterStream, BitmapModesAtUnalignedAndClippedPositions) {
   EXPECT_EQ(rows[2], (ZVData{0x00, 0x00}));
 }
 
+TEST(VirtualPrinterStream, RawBitmapWhoseFirstBytesLookLikeALengthStaysRaw) {
+  const ZVData raster{0x05, 0x00, 0x00, 0x00, 0xFF, 0x7F, 0x00, 0xFF}; // "length 5"
+  ZVData job = bytes("SIZE 2 mm,1 mm\r\nCLS\r\n");
+  append(job, tsplBitmap(0, 0, 2, 4, 0, raster, false));
+  append(job, bytes("PRINT 1\r\n"));
+  ZVVirtualPrinter printer;
+  feedInPieces(printer, job, {1});
+  EXPECT_TRUE(printer.streamErrors().empty()) << ::testing::PrintToString(printer.streamErrors());
+  const auto rows = printer.paperRows();
+  ASSERT_EQ(rows.size(), 8u);
+  EXPECT_EQ(rows[0], (ZVData{0xFA, 0xFF}));
+  EXPECT_EQ(rows[2], (ZVData{0x00, 0x80}));
+  EXPECT_EQ(rows[3], (ZVData{0xFF, 0x00}));
+}
+
 TEST(VirtualPrinterStream, StatusDeviceAndWifiCommandsAreAnswered) {
   ZVVirtualPrinter printer;
   const auto esc = [](const std::string &body) {

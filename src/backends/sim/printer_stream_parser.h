@@ -56,8 +56,9 @@ private:
 
   std::vector<uint8_t> buffer_; // unparsed bytes start at pos_
   size_t pos_ = 0;
-  uint64_t base_ = 0; // stream offset of buffer_[0]
-  uint64_t skip_ = 0; // bytes of an oversized frame still to discard
+  uint64_t base_ = 0;                  // stream offset of buffer_[0]
+  uint64_t skip_ = 0;                  // bytes of an oversized frame still to discard
+  uint64_t rawPayloadAt_ = UINT64_MAX; // a BITMAP payload known not to be LZO
   uint64_t garbageStart_ = 0;
   uint64_t garbageCount_ = 0;
 };

@@ -113,7 +113,8 @@ PrinterStreamParser::Step PrinterStreamParser::parseBitmap(std::span<const uint8
   // of that raster; only a stream that expands to exactly the raster counts.
   if (payload.size() >= 4) {
     const uint64_t length = readLE32(payload, 0);
-    if (length >= 3 && length <= lzoWorstCase(raw)) {
+    const uint64_t payloadAt = base_ + pos_ + headerEnd;
+    if (length >= 3 && length <= lzoWorstCase(raw) && payloadAt != rawPayloadAt_) {
       if (payload.size() >= 4 + length) {
         std::string ignored;
         if (auto bits = decompressRaster(payload.subspan(4, length), raw, ignored)) {
@@ -122,6 +123,7 @@ PrinterStreamParser::Step PrinterStreamParser::parseBitmap(std::span<const uint8
           out.emplace_back(std::move(bitmap));
           return {Outcome::Consumed, headerEnd + 4 + static_cast<size_t>(length)};
         }
+        rawPayloadAt_ = payloadAt; // tried once; while it waits for bytes, it is raw
       } else if (!atEnd) {
         return {Outcome::NeedMore};
       }
