@@ -6,6 +6,7 @@
 
 namespace zvprint {
 
+void addConvertCommand(CLI::App &app);
 void addRenderCommand(CLI::App &app);
 
 } // namespace zvprint
