@@ -47,7 +47,8 @@ void render(const RenderOptions &options) {
                              " from " + count(bytes.size(), "byte") + ", " +
                              count(stats.streamErrors, "stream error");
   if (printer.paperRows().empty()) {
-    fail("nothing printable in " + options.job + " (" + counts + ")");
+    fail("nothing printable in " + options.job + " (" + counts +
+         "); the printer needs framed print data (convert --package) or a TSPL label job");
   }
   std::string error;
   if (!printer.writePaperPNG(options.output, &error)) fail(options.output + ": " + error);

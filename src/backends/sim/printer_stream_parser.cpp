@@ -115,7 +115,9 @@ PrinterStreamParser::Step PrinterStreamParser::parseOne(std::span<const uint8_t>
   if (first == 0x1D) return parseFrame(in, atEnd, out);
   if (first == kEsc) return parseEscape(in, atEnd, out);
   if (first >= 'A' && first <= 'Z') return parseTspl(in, atEnd, out);
-  if (isBlank(first)) return {Outcome::Consumed, 1};
+  // Blanks separate commands, but inside a run of junk they are junk too.
+  if (isBlank(first))
+    return garbageCount_ > 0 ? Step{Outcome::Garbage} : Step{Outcome::Consumed, 1};
   return {Outcome::Garbage};
 }
 
