@@ -5,6 +5,9 @@
 #include <zvprinter/ZVAlgorithmManager.h>
 #include <zvprinter/ZVBitmapManager.h>
 #include <zvprinter/ZVBitmapSlice.h>
+#include <zvprinter/ZVBleCentral.h>
+#include <zvprinter/ZVBlePeripheral.h>
+#include <zvprinter/ZVBleService.h>
 #include <zvprinter/ZVCacheManager.h>
 #include <zvprinter/ZVCommonResolver.h>
 #include <zvprinter/ZVDataResolver.h>
@@ -15,7 +18,12 @@
 #include <zvprinter/ZVImagePreviewManager.h>
 #include <zvprinter/ZVPackProtocol.h>
 #include <zvprinter/ZVPacker.h>
+#include <zvprinter/ZVPlatform.h>
 #include <zvprinter/ZVPrinterC.h>
+#include <zvprinter/ZVRunLoop.h>
+#include <zvprinter/ZVSerialQueue.h>
+#include <zvprinter/ZVSimCentral.h>
 #include <zvprinter/ZVTarvoDataProcessor.h>
 #include <zvprinter/ZVTarvoResolver.h>
 #include <zvprinter/ZVTypes.h>
+#include <zvprinter/ZVVirtualPrinter.h>

@@ -9,5 +9,6 @@ namespace zvprint {
 void addConvertCommand(CLI::App &app);
 void addPreviewCommand(CLI::App &app);
 void addBoundsCommand(CLI::App &app);
+void addRenderCommand(CLI::App &app);
 
 } // namespace zvprint
