@@ -32,6 +32,7 @@ TEST(PrintData, ThresholdAndDitherDataAreInvertedClusterDataAndSlicesAreNot) {
   const ZVData cluster = reference::clusterRaster(M::generateCluserGaryDatas(image, true), 75, 70);
 
   EXPECT_EQ(*B::generateBinaryData(image, 0, false, false, 0), reference::inverted(threshold));
+  EXPECT_EQ(M::negativeBuffer(nullptr, 2), nullptr);
   EXPECT_EQ(*B::generateDitheringData(image, 0, false), reference::inverted(dither));
   EXPECT_EQ(*B::generateClosureData(image, 0, false), cluster);
   EXPECT_EQ(*B::generateDitheringData(image, 48, true),
