@@ -29,10 +29,6 @@ TEST(GrayLevels, EachWeightingTruncatesItsOwnSumOfThePremultipliedColour) {
   EXPECT_EQ(M::generateCluserGaryDatas(image, true), (ZVData{179, 226, 1, 127, 255, 127}));
   EXPECT_EQ(M::hdImage256Datas(image), (ZVData{76, 29, 254, 128, 0, 128}));
   EXPECT_EQ(M::systemGraylevel256Datas(image), (ZVData{76, 29, 255, 128, 0, 128}));
-  const ZVData dither = {zv::detail::ditherGray(255, 0, 0), zv::detail::ditherGray(0, 0, 255),
-                         zv::detail::ditherGray(255, 255, 255),
-                         zv::detail::ditherGray(128, 128, 128)};
-  EXPECT_EQ(dither, (ZVData{76, 28, 255, 127}));
 }
 
 TEST(GrayLevels, OnlyA432WideBitmapIsStretchedByHalf) {

@@ -35,8 +35,6 @@ TEST(PrintData, ThresholdAndDitherDataAreInvertedClusterDataAndSlicesAreNot) {
   EXPECT_EQ(M::negativeBuffer(nullptr, 2), nullptr);
   EXPECT_EQ(*B::generateDitheringData(image, 0, false), reference::inverted(dither));
   EXPECT_EQ(*B::generateClosureData(image, 0, false), cluster);
-  EXPECT_EQ(*B::generateDitheringData(image, 48, true),
-            framed(reference::inverted(dither), 10, 70));
   EXPECT_EQ(joined(*M::generateBinaryArray(image)), framed(threshold, 10, 70));
   EXPECT_EQ(joined(*M::generateDitheringArray(image)), framed(dither, 10, 70));
   EXPECT_EQ(joined(*M::generateClusterArray(image)), framed(cluster, 10, 70));
