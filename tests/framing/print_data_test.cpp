@@ -66,7 +66,7 @@ TEST(PrintData, RowsPerFrameFollowWidthAndHeight) {
   };
   for (const Case &c :
        {Case{48, 100, {30, 30, 30, 10}}, Case{49, 100, {16, 16, 16, 16, 16, 16, 4}},
-        Case{72, 40, {16, 16, 8}}, Case{200, 16, {16}}, Case{10, 17, {17}}, Case{1, 1, {1}}}) {
+        Case{72, 40, {16, 16, 8}}, Case{200, 17, {16, 1}}, Case{10, 17, {17}}, Case{1, 1, {1}}}) {
     const ZVData raster = zv::test::randomBytes(size_t(c.width) * c.height, c.width);
     const Frames frames = unpack(packed(raster, c.width, c.height), c.width);
     EXPECT_EQ(frames.rows, c.rows) << c.width << "x" << c.height;
