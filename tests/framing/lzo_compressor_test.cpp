@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <latch>
-#include <string_view>
 #include <thread>
 
 namespace {
@@ -17,15 +16,9 @@ ZVData compress(std::span<const uint8_t> input) {
   return out;
 }
 
-TEST(LzoCompress, EmptyInputIsTheEndMarkerOnly) {
-  uint8_t out[3 + 64] = {};
-  EXPECT_EQ(zv_lzo_compress(nullptr, 0, out), 3u);
-  EXPECT_EQ(ZVData(out, out + 3), (ZVData{0x11, 0x00, 0x00}));
-}
-
-TEST(LzoCompress, ShortInputsAreOneLiteralRun) {
-  const std::string_view text = "ABCDE";
-  EXPECT_EQ(compress({reinterpret_cast<const uint8_t *>(text.data()), text.size()}),
+TEST(LzoCompress, EmptyAndShortInputsAreLiteralRunsAndBadBuffersNothing) {
+  EXPECT_EQ(compress({}), (ZVData{0x11, 0x00, 0x00}));
+  EXPECT_EQ(compress(ZVData{0x41, 0x42, 0x43, 0x44, 0x45}),
             (ZVData{0x16, 0x41, 0x42, 0x43, 0x44, 0x45, 0x11, 0x00, 0x00}));
   for (size_t n = 1; n <= 13; ++n) {
     const ZVData input(n, 0x55); // even a run, which would otherwise match
@@ -35,9 +28,6 @@ TEST(LzoCompress, ShortInputsAreOneLiteralRun) {
     expected[n + 2] = expected[n + 3] = 0x00;
     EXPECT_EQ(compress(input), expected) << n;
   }
-}
-
-TEST(LzoCompress, RejectsMissingBuffersWithoutWriting) {
   uint8_t out[80] = {};
   const uint8_t in[4] = {1, 2, 3, 4};
   EXPECT_EQ(zv_lzo_compress(in, 4, nullptr), 0u);
@@ -46,65 +36,47 @@ TEST(LzoCompress, RejectsMissingBuffersWithoutWriting) {
 }
 
 TEST(LzoCompress, RoundTripsAndStaysWithinTheWorstCase) {
-  for (const size_t size : {14u, 21u, 100u, 1440u, 65536u, 300000u}) {
-    const ZVData noise = zv::test::randomBytes(size, static_cast<uint32_t>(size));
-    const ZVData packed = compress(noise);
-    EXPECT_LE(packed.size(), zv::detail::lzoWorstCase(size));
-    EXPECT_EQ(zv::test::decompress(packed, size + 1), noise) << size;
-
-    const ZVData white(size, 0xFF);
-    const ZVData whitePacked = compress(white);
-    if (size >= 1440) {
-      EXPECT_LT(whitePacked.size(), size / 10);
+  for (const size_t size : {14u, 100u, 1440u, 300000u}) {
+    for (const ZVData &input : {zv::test::randomBytes(size, uint32_t(size)), ZVData(size, 0xFF),
+                                zv::test::noiseWithRuns(size, 3)}) {
+      const ZVData packed = compress(input);
+      EXPECT_LE(packed.size(), zv::detail::lzoWorstCase(size));
+      EXPECT_EQ(zv::test::decompress(packed, size + 1), input) << size;
     }
-    EXPECT_EQ(zv::test::decompress(whitePacked, size + 1), white) << size;
+    EXPECT_TRUE(size < 1440 || compress(ZVData(size, 0xFF)).size() < size / 10) << size;
   }
-  const ZVData photo = zv::test::ditheredPhotoRaster(72, 500);
-  EXPECT_EQ(zv::test::decompress(compress(photo), photo.size() + 1), photo);
 }
 
 TEST(LzoCompress, ConcurrentCallsDoNotDisturbEachOther) {
   constexpr int kThreads = 4;
   constexpr int kRounds = 200;
-  // Noise with runs, so that both literals and matches occur.
   std::vector<ZVData> inputs;
-  for (int t = 0; t < kThreads; ++t) {
-    inputs.push_back(zv::test::randomBytes(60000 + 97 * t, t));
-    for (size_t at = 0; at + 200 < inputs[t].size(); at += 1000) {
-      std::fill_n(inputs[t].begin() + at, 200, static_cast<uint8_t>(t));
-    }
-  }
+  for (int t = 0; t < kThreads; ++t)
+    inputs.push_back(zv::test::noiseWithRuns(60000 + 97 * t, t));
   // The match finder checks every candidate, so a shared dictionary would
   // still give valid streams, only different ones. liblzo2 clears the
   // dictionary per call, so each stream must equal the one-thread stream.
   std::vector<ZVData> expected;
-  for (const ZVData &input : inputs) {
+  for (const ZVData &input : inputs)
     expected.push_back(compress(input));
-  }
   const bool deterministic = compress(inputs[0]) == expected[0];
 
   std::vector<std::vector<ZVData>> streams(kThreads);
   std::latch start(kThreads);
   std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
+  for (int t = 0; t < kThreads; ++t)
     threads.emplace_back([&, t] {
       start.arrive_and_wait();
-      for (int round = 0; round < kRounds; ++round) {
+      for (int round = 0; round < kRounds; ++round)
         streams[t].push_back(compress(inputs[t]));
-      }
     });
-  }
-  for (auto &thread : threads) {
+  for (auto &thread : threads)
     thread.join();
-  }
-  for (int t = 0; t < kThreads; ++t) {
+  for (int t = 0; t < kThreads; ++t)
     for (const ZVData &stream : streams[t]) {
       ASSERT_EQ(zv::test::decompress(stream, inputs[t].size() + 1), inputs[t]) << t;
-      if (deterministic) {
-        ASSERT_EQ(stream, expected[t]) << t;
-      }
+      ASSERT_TRUE(!deterministic || stream == expected[t]) << t;
     }
-  }
 }
 
 } // namespace

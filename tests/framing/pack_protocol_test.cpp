@@ -1,7 +1,6 @@
 #include "framing/framing_support.h"
 
 #include <zvprinter/ZVPackProtocol.h>
-#include <zvprinter/ZVPacker.h>
 
 #include <gtest/gtest.h>
 
@@ -60,20 +59,6 @@ TEST(LengthRecord, KeepsTheLow32Bits) {
   EXPECT_EQ(ZVPackProtocol::generateCompressDataLength((int64_t{1} << 32) + 5),
             (ZVData{0x05, 0x00, 0x00, 0x00}));
   EXPECT_EQ(ZVPackProtocol::generateCompressDataLength(-1), (ZVData{0xFF, 0xFF, 0xFF, 0xFF}));
-}
-
-TEST(Packer, SharedInstanceStartsEmptyAndKeepsWhatTheApplicationSets) {
-  ZVPacker &packer = ZVPacker::shared();
-  EXPECT_EQ(&packer, &ZVPacker::shared());
-  EXPECT_EQ(packer.packCount(), 0);
-  EXPECT_EQ(packer.offset(), 0u);
-  EXPECT_TRUE(packer.grayDataBuffer().empty());
-  packer.setPackCount(7);
-  packer.setOffset(4032);
-  packer.grayDataBuffer().push_back({1, 2});
-  EXPECT_EQ(ZVPacker::shared().packCount(), 7);
-  EXPECT_EQ(ZVPacker::shared().offset(), 4032u);
-  EXPECT_EQ(ZVPacker::shared().grayDataBuffer(), (std::vector<ZVData>{{1, 2}}));
 }
 
 } // namespace

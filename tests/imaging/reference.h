@@ -6,6 +6,7 @@
 
 #include <zvprinter/ZVImage.h>
 
+#include <array>
 #include <cstdint>
 #include <random>
 #include <vector>
@@ -38,13 +39,15 @@ std::vector<uint8_t> clusterRaster(const std::vector<uint8_t> &gray, uint32_t wi
 /// A random image; about a quarter of its pixels are not opaque.
 ZVImage randomImage(std::mt19937 &random, uint32_t width, uint32_t height);
 
-} // namespace reference
-
-namespace reference {
-
 /// Neutral grays 0..255 across each row: the colours whose weighted sums are
 /// exact integers, where the double formulas truncate one lower for some
 /// levels. Odd rows are half transparent.
 ZVImage grayRamp(uint32_t rows);
+
+/// Test images from straight RGBA bytes, or of one colour throughout.
+ZVImage image(uint32_t width, uint32_t height, std::vector<uint8_t> rgba, double scale = 1.0);
+ZVImage filled(uint32_t width, uint32_t height, std::array<uint8_t, 4> rgba, double scale = 1.0);
+
+std::vector<uint8_t> inverted(std::vector<uint8_t> bytes);
 
 } // namespace reference

@@ -143,16 +143,29 @@ ZVImage randomImage(std::mt19937 &random, uint32_t width, uint32_t height) {
   return *ZVImage::fromRGBA(width, height, rgba);
 }
 
-} // namespace reference
-
-namespace reference {
-
 ZVImage grayRamp(uint32_t rows) {
   std::vector<uint8_t> rgba;
   for (uint32_t y = 0; y < rows; ++y)
     for (int v = 0; v < 256; ++v)
       rgba.insert(rgba.end(), {uint8_t(v), uint8_t(v), uint8_t(v), uint8_t(y % 2 ? 128 : 255)});
   return *ZVImage::fromRGBA(256, rows, rgba);
+}
+
+ZVImage image(uint32_t width, uint32_t height, std::vector<uint8_t> rgba, double scale) {
+  return *ZVImage::fromRGBA(width, height, rgba, scale);
+}
+
+ZVImage filled(uint32_t width, uint32_t height, std::array<uint8_t, 4> rgba, double scale) {
+  std::vector<uint8_t> bytes;
+  for (size_t i = 0; i < size_t(width) * height; ++i)
+    bytes.insert(bytes.end(), rgba.begin(), rgba.end());
+  return image(width, height, bytes, scale);
+}
+
+std::vector<uint8_t> inverted(std::vector<uint8_t> bytes) {
+  for (auto &b : bytes)
+    b = static_cast<uint8_t>(~b);
+  return bytes;
 }
 
 } // namespace reference
