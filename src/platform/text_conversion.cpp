@@ -41,6 +41,7 @@ std::optional<Out> convert(const char *targetName, const char *sourceName,
   const Converter target = openStrict(targetName);
   const Converter source = openStrict(sourceName);
   if (!target || !source) return std::nullopt;
+  if (input.empty()) return Out(); // ICU refuses a null source pointer
 
   Out output(input.size() + input.size() / 2 + 16, '\0');
   std::array<UChar, 1024> pivot{};
