@@ -1,0 +1,91 @@
+#include <zvprinter/ZVBarcodeEncodeVerify.h>
+#include <zvprinter/ZVLog.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using V = ZVBarcodeEncodeVerify;
+
+TEST(Codabar, FramesWithAAndAcceptsOnlyItsInnerCharacters) {
+  const auto slice = V::verifyCodaBarEncoding("12-34");
+  EXPECT_TRUE(slice.isVerify);
+  EXPECT_EQ(slice.content, "A12-34A");
+  EXPECT_TRUE(V::verifyCodaBarEncoding("0123456789-$:/.+").isVerify);
+  const auto empty = V::verifyCodaBarEncoding("");
+  EXPECT_TRUE(empty.isVerify);
+  EXPECT_EQ(empty.content, "AA");
+  const auto letter = V::verifyCodaBarEncoding("1A2");
+  EXPECT_FALSE(letter.isVerify);
+  EXPECT_EQ(letter.content, "A1A2A");
+  for (const std::string bad : {"1 2", "B", "٣", "12*"})
+    EXPECT_FALSE(V::verifyCodaBarEncoding(bad).isVerify) << bad;
+  EXPECT_TRUE(V::verifyCodaBarEncoding(std::string(500, '7')).isVerify); // no length limit
+}
+
+TEST(Codabar, LogsItsContentThroughTheHandler) {
+  std::vector<std::string> lines;
+  ZVSetLogHandler([&lines](std::string_view line) { lines.emplace_back(line); });
+  V::verifyCodaBarEncoding("12-34");
+  V::verifyCodaBarEncoding("中");
+  ZVSetLogHandler({});
+  V::verifyCodaBarEncoding("silenced");
+  EXPECT_EQ(lines, (std::vector<std::string>{"codeBar == A12-34A", "codeBar == A中A"}));
+
+  ZVSetLogHandler(ZVDefaultLogHandler);
+  testing::internal::CaptureStderr();
+  V::verifyCodaBarEncoding("9");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "codeBar == A9A\n");
+}
+
+TEST(Itf, EvenNumericUpToEighty) {
+  EXPECT_TRUE(V::verifyItf25Encoding("").isVerify);
+  EXPECT_TRUE(V::verifyItf25Encoding("1234").isVerify);
+  EXPECT_FALSE(V::verifyItf25Encoding("123").isVerify);
+  EXPECT_FALSE(V::verifyItf25Encoding("12a4").isVerify);
+  EXPECT_TRUE(V::verifyItf25Encoding(std::string(80, '5')).isVerify);
+  EXPECT_FALSE(V::verifyItf25Encoding(std::string(82, '5')).isVerify);
+  // Counted in UTF-16 units: 80 Arabic-Indic digits (160 bytes) pass.
+  std::string arabic;
+  for (int i = 0; i < 80; ++i)
+    arabic += "٣";
+  const auto slice = V::verifyItf25Encoding(arabic);
+  EXPECT_TRUE(slice.isVerify);
+  EXPECT_EQ(slice.content, arabic);
+  EXPECT_FALSE(V::verifyItf25Encoding(arabic + "٣٣").isVerify);
+}
+
+TEST(Code128, AsciiAndFunctionEscapesFromOneToEighty) {
+  EXPECT_FALSE(V::verifyCode128Encoding("").isVerify);
+  EXPECT_TRUE(V::verifyCode128Encoding(std::string("\0\x1b\x7f", 3)).isVerify);
+  EXPECT_TRUE(V::verifyCode128Encoding(std::string(80, 'x')).isVerify);
+  EXPECT_FALSE(V::verifyCode128Encoding(std::string(81, 'x')).isVerify);
+  EXPECT_TRUE(V::verifyCode128Encoding("\u00f1").isVerify);
+  EXPECT_TRUE(V::verifyCode128Encoding("\u00f1A\u00f2B\u00f3C\u00f4").isVerify);
+  EXPECT_FALSE(V::verifyCode128Encoding("\u00e9").isVerify);
+  EXPECT_FALSE(V::verifyCode128Encoding("\u00f5").isVerify);
+  EXPECT_FALSE(V::verifyCode128Encoding("\u00f1\u0080").isVerify);
+  std::string escapes;
+  for (int i = 0; i < 80; ++i)
+    escapes += "\u00f1"; // 80 code units, 160 bytes
+  EXPECT_TRUE(V::verifyCode128Encoding(escapes).isVerify);
+  EXPECT_FALSE(V::verifyCode128Encoding(escapes + "1").isVerify);
+  EXPECT_EQ(ZV_CODE128_ESCAPE_FNC_1, 0xF1);
+  EXPECT_EQ(ZV_CODE128_ESCAPE_FNC_4, 0xF4);
+}
+
+TEST(Barcodes, InvalidUtf8FailsEveryCheckAndKeepsTheInput) {
+  ZVSetLogHandler({});
+  const std::string bad = "12\xE4\xB8";
+  for (const auto &slice :
+       {V::verifyCodaBarEncoding(bad), V::verifyItf25Encoding(bad), V::verifyCode39Encoding(bad),
+        V::verifyCode93Encoding(bad), V::verifyCode128Encoding(bad)}) {
+    EXPECT_FALSE(slice.isVerify);
+    EXPECT_EQ(slice.content, bad);
+  }
+}
+
+} // namespace
