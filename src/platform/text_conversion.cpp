@@ -19,6 +19,12 @@ struct ConverterCloser {
 };
 using Converter = std::unique_ptr<UConverter, ConverterCloser>;
 
+// ICU's own stop callback lets unmappable default-ignorable characters
+// (U+FEFF, U+200B, variation selectors, ...) vanish silently. This one keeps
+// the converter's error for every unmappable character.
+void stopAtAnyUnmappable(const void *, UConverterFromUnicodeArgs *, const UChar *, int32_t, UChar32,
+                         UConverterCallbackReason, UErrorCode *) {}
+
 // Opens a converter whose callbacks stop at the first unmappable character
 // or illegal sequence, so that the error reaches the caller.
 Converter openStrict(const char *name) {
@@ -26,8 +32,7 @@ Converter openStrict(const char *name) {
   Converter converter(ucnv_open(name, &status));
   if (U_FAILURE(status)) return nullptr;
   ucnv_setFallback(converter.get(), false);
-  ucnv_setFromUCallBack(converter.get(), UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
-                        &status);
+  ucnv_setFromUCallBack(converter.get(), stopAtAnyUnmappable, nullptr, nullptr, nullptr, &status);
   ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
   if (U_FAILURE(status)) return nullptr;
   return converter;

@@ -90,6 +90,10 @@ TEST(ZVEncode, UnmappableCharactersAndUnknownNumbersGiveNil) {
   EXPECT_FALSE(ZVEncode::encodeDataWithString("中", 5));
   EXPECT_FALSE(ZVEncode::encodeDataWithString("é", 1));
   EXPECT_FALSE(ZVEncode::encodeDataWithString("中", 0x80000A02));
+  // Invisible characters are refused too, not dropped.
+  EXPECT_FALSE(ZVEncode::encodeDataWithString("a\uFEFFb", 1));
+  EXPECT_FALSE(ZVEncode::encodeDataWithString("a\u200Bb", 5));
+  EXPECT_FALSE(ZVEncode::encodeDataWithString("\u2764\uFE0F", 8));
   EXPECT_FALSE(ZVEncode::decodeDataWithString(ZVData{0x80}, 1));
   EXPECT_FALSE(ZVEncode::decodeDataWithString(ZVData{0xED, 0xA0, 0x80}, 4));
   EXPECT_FALSE(ZVEncode::decodeDataWithString(ZVData{0, 0x11, 0, 0}, 0x98000100));
