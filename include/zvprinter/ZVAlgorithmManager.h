@@ -64,10 +64,15 @@ public:
   // Print-data assembly. @p bitmap must hold @p memoryLength bytes.
 
   /// Raw copy, one LZO1X stream, or framed row blocks, by @p compressMod and
-  /// @p packeage; empty for an unknown compress mode or a length below 1.
+  /// @p packeage; empty for an unknown compress mode, a null @p bitmap or a
+  /// length below 1, and, for framed blocks, a width or height below 1.
+  /// Blocks hold 30 rows (16 when a row has 49 bytes or more), or all rows
+  /// when there are fewer than 17; block byte ranges follow @p memoryLength,
+  /// header row counts follow @p height. Header fields keep their low 16 bits.
   static ZVData managerData(const uint8_t *bitmap, int32_t memoryLength, int32_t bitmapWidth,
                             int32_t height, int64_t compressMod, bool packeage);
-  /// The framed row blocks of managerData as numbered slices.
+  /// The framed row blocks of managerData as numbered slices (serial from 0);
+  /// empty in the same cases as framed managerData.
   static std::vector<ZVBitmapSlice> generateBitmapSlices(const uint8_t *bitmap,
                                                          int32_t memoryLength, int32_t bitmapWidth,
                                                          int32_t height);

@@ -26,15 +26,22 @@ ZV_EXPORT extern const uint32_t zv_print_crc32tab[256];
 /**
  * Compresses @p length bytes at @p input into an LZO1X-1 stream at @p output
  * and returns the number of bytes written (end-of-stream marker included).
- * @p output must hold at least length + length / 16 + 64 + 3 bytes.
- * Thread safety: see the documentation of the implementation in the README's
- * "Threads" section; calls from several threads at once are safe.
+ * @p output must hold at least length + length / 16 + 64 + 3 bytes (the LZO1X
+ * worst case); the stream decompresses with lzo1x_decompress_safe to exactly
+ * the input. Returns 0 and writes nothing when @p output is null, when
+ * @p input is null with a non-zero length, or when liblzo2 fails its start-up
+ * check (lzo_init, run once on the first call).
+ *
+ * Thread safety: every thread has its own LZO1X-1 work memory (128 KiB on a
+ * 64-bit target, allocated on the thread's first call, freed when the thread
+ * ends), so calls from several threads at once are safe and need no lock.
  */
 ZV_EXPORT size_t zv_lzo_compress(const uint8_t *input, uint32_t length, uint8_t *output);
 
 /**
  * Standard CRC-32 (as zlib's crc32): pass 0 to start, or an earlier result to
- * continue over more bytes. A length of 0 returns @p crc unchanged.
+ * continue over more bytes. A length of 0 (or a null @p bytes) returns @p crc
+ * unchanged. Stateless; safe on any thread.
  */
 ZV_EXPORT uint32_t zv_print_crc32(uint32_t crc, const uint8_t *bytes, uint32_t length);
 

@@ -8,5 +8,7 @@
 #include <zvprinter/ZVExport.h>
 #include <zvprinter/ZVFirmwareSlice.h>
 #include <zvprinter/ZVImage.h>
+#include <zvprinter/ZVPackProtocol.h>
+#include <zvprinter/ZVPacker.h>
 #include <zvprinter/ZVPrinterC.h>
 #include <zvprinter/ZVTypes.h>

@@ -1,0 +1,6 @@
+#include <zvprinter/ZVPacker.h>
+
+ZVPacker &ZVPacker::shared() {
+  static ZVPacker instance;
+  return instance;
+}
