@@ -60,3 +60,27 @@ TEST(ZVCmdUniGenerator, InvalidUtf8GivesAnEmptyBuffer) {
 }
 
 } // namespace
+
+namespace {
+
+TEST(ZVCmdUniGenerator, FirmwareIsCutIntoOtaFrames) {
+  ZVData image(5000);
+  for (size_t i = 0; i < image.size(); ++i)
+    image[i] = static_cast<uint8_t>(i * 7);
+  const auto slices = ZVCmdUniGenerator::generateFirmwarePacksWithData(image);
+  ASSERT_EQ(slices.size(), 3u);
+  const uint32_t offsets[] = {0, 2016, 4032};
+  const size_t lengths[] = {2016, 2016, 968};
+  for (size_t i = 0; i < slices.size(); ++i) {
+    EXPECT_EQ(slices[i].offset, offsets[i]);
+    ASSERT_EQ(slices[i].data.size(), 29 + lengths[i]);
+    EXPECT_EQ(ZVData(slices[i].data.begin(), slices[i].data.begin() + 17),
+              bytesOf("\x1B\x1C& V1 do \"ota\"\r\n"));
+    EXPECT_EQ(slices[i].data[29], image[offsets[i]]);
+  }
+  EXPECT_EQ(slices[2].data[21], 968 & 0xFF);
+  EXPECT_EQ(slices[2].data[22], 968 >> 8);
+  EXPECT_TRUE(ZVCmdUniGenerator::generateFirmwarePacksWithData({}).empty());
+}
+
+} // namespace
