@@ -4,4 +4,9 @@
 
 #include <CLI/CLI.hpp>
 
-namespace zvprint {} // namespace zvprint
+namespace zvprint {
+
+void addBarcodeCommand(CLI::App &app);
+void addLabelCommand(CLI::App &app);
+
+} // namespace zvprint

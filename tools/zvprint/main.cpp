@@ -18,6 +18,7 @@ int main(int argc, char **argv) {
                                         ")");
   app.require_subcommand(1);
   app.fallthrough();
+  zvprint::addBarcodeCommand(app);
 
   try {
     app.parse(argc, argv);
