@@ -12,4 +12,6 @@ struct ZVBarcodeSlice {
   /// start/stop characters, Code 39 full-ASCII form); on failure whatever the
   /// check had reached. UTF-8.
   std::string content;
+
+  bool operator==(const ZVBarcodeSlice &) const = default;
 };
