@@ -5,10 +5,16 @@
 #include <zvprinter/ZVAlgorithmManager.h>
 #include <zvprinter/ZVBitmapManager.h>
 #include <zvprinter/ZVBitmapSlice.h>
+#include <zvprinter/ZVCacheManager.h>
+#include <zvprinter/ZVCommonResolver.h>
+#include <zvprinter/ZVDataResolver.h>
+#include <zvprinter/ZVDataRouter.h>
 #include <zvprinter/ZVExport.h>
 #include <zvprinter/ZVFirmwareSlice.h>
 #include <zvprinter/ZVImage.h>
 #include <zvprinter/ZVPackProtocol.h>
 #include <zvprinter/ZVPacker.h>
 #include <zvprinter/ZVPrinterC.h>
+#include <zvprinter/ZVTarvoDataProcessor.h>
+#include <zvprinter/ZVTarvoResolver.h>
 #include <zvprinter/ZVTypes.h>

@@ -25,8 +25,7 @@ int32_t printFrameRows(int32_t bitmapWidth, int32_t height) {
 
 PrintFrameCutter::PrintFrameCutter(std::span<const uint8_t> raster, int32_t bitmapWidth,
                                    int32_t height)
-    : raster_(raster), bitmapWidth_(bitmapWidth), height_(height),
-      rowsPerFrame_(printFrameRows(bitmapWidth, height)) {
+    : raster_(raster), height_(height), rowsPerFrame_(printFrameRows(bitmapWidth, height)) {
   // A band of no bytes would never advance through the raster, and two
   // negative sides would make a positive band of nonsense rows.
   if (bitmapWidth < 1 || height < 1 || raster_.empty()) {
@@ -37,7 +36,7 @@ PrintFrameCutter::PrintFrameCutter(std::span<const uint8_t> raster, int32_t bitm
   bandBytes_ = static_cast<size_t>(std::min<int64_t>(band, static_cast<int64_t>(raster_.size())));
   frame_.resize(kPrintFrameHeaderSize + lzoWorstCase(bandBytes_));
   std::copy(kMarker.begin(), kMarker.end(), frame_.begin());
-  storeLE16(frame_.data() + 4, static_cast<uint16_t>(bitmapWidth_));
+  storeLE16(frame_.data() + 4, static_cast<uint16_t>(bitmapWidth));
 }
 
 size_t PrintFrameCutter::frameCount() const {

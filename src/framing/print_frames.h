@@ -38,7 +38,6 @@ public:
 
 private:
   std::span<const uint8_t> raster_;
-  int32_t bitmapWidth_;
   int32_t height_;
   int32_t rowsPerFrame_;
   size_t bandBytes_ = 0; // 0: no frames

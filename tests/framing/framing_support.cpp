@@ -6,7 +6,6 @@
 #include <lzo/lzo1x.h>
 
 #include <algorithm>
-#include <cmath>
 #include <random>
 
 namespace zv::test {
@@ -78,50 +77,23 @@ ZVData randomBytes(size_t size, uint32_t seed) {
   return bytes;
 }
 
-namespace {
-
-std::vector<float> grayScene(int32_t width, int32_t height) {
-  std::vector<float> gray(static_cast<size_t>(width) * height);
+ZVData ditheredPhotoRaster(int32_t bytesPerRow, int32_t rows) {
+  // Each dot is the photo's gray level against a random threshold: a noisy
+  // dither with the photo's large-scale structure.
   const auto photo = ZVImage::fromFile(ZV_SAMPLE_PHOTO_DIR "/camera.png");
-  for (int32_t y = 0; y < height; ++y) {
-    for (int32_t x = 0; x < width; ++x) {
-      float value = 0;
-      if (photo && photo->pixelWidth() > 0) {
+  std::mt19937 engine(11);
+  ZVData raster(static_cast<size_t>(bytesPerRow) * rows);
+  for (int32_t y = 0; y < rows; ++y) {
+    for (int32_t x = 0; x < bytesPerRow * 8; ++x) {
+      int gray = (x * 3 + y * 5) % 256;
+      if (photo) {
         const uint32_t px = static_cast<uint32_t>(x) % photo->pixelWidth();
         const uint32_t py = static_cast<uint32_t>(y) % photo->pixelHeight();
-        value = photo->rgba()[(size_t{py} * photo->pixelWidth() + px) * 4];
-      } else {
-        value = 127.5f + 100.0f * std::sin(x * 0.05f) * std::cos(y * 0.031f) + (x + y) % 56;
+        gray = photo->rgba()[(size_t{py} * photo->pixelWidth() + px) * 4];
       }
-      gray[static_cast<size_t>(y) * width + x] = value;
-    }
-  }
-  return gray;
-}
-
-} // namespace
-
-ZVData ditheredPhotoRaster(int32_t bytesPerRow, int32_t rows) {
-  const int32_t width = bytesPerRow * 8;
-  std::vector<float> gray = grayScene(width, rows);
-  ZVData raster(static_cast<size_t>(bytesPerRow) * rows);
-  auto at = [&](int32_t x, int32_t y) -> float & {
-    return gray[static_cast<size_t>(y) * width + x];
-  };
-  for (int32_t y = 0; y < rows; ++y) {
-    for (int32_t x = 0; x < width; ++x) {
-      const float old = at(x, y);
-      const bool dot = old < 128;
-      const float error = old - (dot ? 0.0f : 255.0f);
-      if (dot) {
+      if (gray < static_cast<int>(engine() % 256)) {
         raster[static_cast<size_t>(y) * bytesPerRow + x / 8] |=
             static_cast<uint8_t>(0x80 >> (x % 8));
-      }
-      if (x + 1 < width) at(x + 1, y) += error * 7 / 16;
-      if (y + 1 < rows) {
-        if (x > 0) at(x - 1, y + 1) += error * 3 / 16;
-        at(x, y + 1) += error * 5 / 16;
-        if (x + 1 < width) at(x + 1, y + 1) += error * 1 / 16;
       }
     }
   }

@@ -37,8 +37,8 @@ uint32_t readLE32(std::span<const uint8_t> bytes, size_t at);
 /// Deterministic pseudo-random bytes.
 ZVData randomBytes(size_t size, uint32_t seed);
 
-/// A photo-like 1-bit raster: a sample photo (or, without one, a smooth
-/// synthetic scene) error-diffused to @p bytesPerRow x @p rows bytes.
+/// A photo-like 1-bit raster of @p bytesPerRow x @p rows bytes: a sample
+/// photo (or, without one, a ramp) dithered, tiled to the size.
 ZVData ditheredPhotoRaster(int32_t bytesPerRow, int32_t rows);
 
 } // namespace zv::test

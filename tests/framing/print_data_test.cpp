@@ -141,11 +141,10 @@ TEST(BitmapSlices, AreTheFramesNumberedFromZero) {
   EXPECT_EQ(joined, packed(raster, 48, 100));
 }
 
-TEST(PrintData, PhotoAndNoiseRastersRoundTrip) {
-  for (const int32_t width : {72, 48, 300}) {
+TEST(PrintData, PhotoAndWhiteRastersRoundTrip) {
+  for (const int32_t width : {72, 300}) {
     for (const ZVData &raster :
-         {zv::test::ditheredPhotoRaster(width, 777), zv::test::randomBytes(size_t(width) * 777, 9),
-          ZVData(size_t(width) * 777, 0xFF)}) {
+         {zv::test::ditheredPhotoRaster(width, 777), ZVData(size_t(width) * 777, 0xFF)}) {
       const auto frames = zv::test::parseFrames(packed(raster, width, 777));
       const auto rows = rowCounts(frames);
       EXPECT_EQ(std::accumulate(rows.begin(), rows.end(), 0), 777);
