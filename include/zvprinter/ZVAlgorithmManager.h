@@ -29,21 +29,29 @@ public:
 
   // Gray levels: width x height bytes, 0 black .. 255 white.
 
-  /// Gray levels with the histogram weighting (input of the Otsu search).
+  /// Gray levels with the histogram weighting, truncated:
+  /// R x 0.11448 + (G x 0.58661 + B x 0.29891) in double precision, of the
+  /// premultiplied pixel (alpha ignored: transparent is 0). The input of the
+  /// Otsu search.
   static ZVData graylevel256Datas(const ZVImage &image);
   /// Gray levels as a gray colour space would draw them (Rec. 601 luma of the
   /// image composited onto black, rounded).
   static ZVData systemGraylevel256Datas(const ZVImage &image);
-  /// Gray levels with the print weighting; an image exactly 432 pixels wide
-  /// is stretched to 1.5 times its height first.
+  /// Gray levels with the print weighting, truncated:
+  /// B x 0.11448 + (G x 0.58661 + R x 0.29891) in double precision, alpha
+  /// ignored. An image exactly 432 pixels wide is first drawn (bilinearly
+  /// resampled) at trunc(1.5 x height) rows.
   static ZVData hdImage256Datas(const ZVImage &image);
-  /// Gray levels with the print weighting, inverted when @p reverse is set.
+  /// Gray levels with the print weighting, alpha ignored; with @p reverse
+  /// each byte is complemented (255 - gray), so transparent pixels give 255.
   static ZVData generateCluserGaryDatas(const ZVImage &image, bool reverse);
 
   // Binarisation (mode 0).
 
-  /// Print data of the threshold mode: the Otsu threshold, or @p threshold
-  /// when @p custom is set. std::nullopt when the image cannot be drawn.
+  /// Print data of the threshold mode (0 = dot): a pixel prints when its
+  /// alpha is 255 and its print-weighted gray is at most the threshold, the
+  /// Otsu threshold of graylevel256Datas, or @p threshold when @p custom is
+  /// set. std::nullopt when the image cannot be drawn.
   static std::optional<ZVData> generateBinaryData(const ZVImage &image, int64_t compress,
                                                   bool package, bool custom, uint8_t threshold);
   /// The Otsu-thresholded raster (1 = dot) as numbered frames.
@@ -54,11 +62,20 @@ public:
 
   // Error diffusion (mode 1) and clustered dot (mode 2).
 
+  /// Print data of Floyd-Steinberg error diffusion (0 = dot) of the gray
+  /// B x 0.11 + (G x 0.59 + R x 0.3), rows left to right; pixels not fully
+  /// opaque enter as white. The two leftmost columns pass no error down-left,
+  /// and the last width % 8 pixels of each row are never printed.
+  /// std::nullopt when the image cannot be drawn.
   static std::optional<ZVData> generateDitheringData(const ZVImage &image, int64_t compress,
                                                      bool package);
+  /// The error-diffusion raster (1 = dot) as numbered frames.
   static std::optional<std::vector<ZVBitmapSlice>> generateDitheringArray(const ZVImage &image);
+  /// Print data of the clustered-dot mode (1 = dot, not inverted):
+  /// ZVBayerCluster over generateCluserGaryDatas(image, true).
   static std::optional<ZVData> generateCLosureData(const ZVImage &image, int64_t compress,
                                                    bool package);
+  /// The clustered-dot raster (1 = dot) as numbered frames.
   static std::optional<std::vector<ZVBitmapSlice>> generateClusterArray(const ZVImage &image);
 
   // Print-data assembly. @p bitmap must hold @p memoryLength bytes.

@@ -20,7 +20,9 @@ public:
   ZVBitmapManager() = delete;
 
   /// The image below a white band 16 points high (24 when the image is 500
-  /// points wide or more), drawn at scale 1.
+  /// points wide or more), on an opaque white canvas at one pixel per point.
+  /// Sides that are not whole points are rounded up; an image whose scale is
+  /// not 1 is resampled to its size in points.
   static std::optional<ZVImage> puzzleImageWithBottomImage(const ZVImage &image);
 
   /// Print data for @p mode, after adding the white band when @p watermark.
@@ -31,10 +33,13 @@ public:
   static std::optional<ZVData> generateBitmapDataWithImage(const ZVImage &image, bool watermark,
                                                            int64_t mode);
 
+  /// ZVAlgorithmManager::generateBinaryData with the same arguments.
   static std::optional<ZVData> generateBinaryData(const ZVImage &image, int64_t compress,
                                                   bool isPackage, bool custom, uint8_t threshold);
+  /// ZVAlgorithmManager::generateDitheringData with the same arguments.
   static std::optional<ZVData> generateDitheringData(const ZVImage &image, int64_t compress,
                                                      bool isPackage);
+  /// ZVAlgorithmManager::generateCLosureData with the same arguments.
   static std::optional<ZVData> generateClosureData(const ZVImage &image, int64_t compress,
                                                    bool isPackage);
   /// Threshold print data with a fixed @p threshold, never framed.

@@ -53,7 +53,11 @@ ZV_EXPORT uint32_t ZVOtsu(const uint8_t *gray, int32_t width, int32_t height);
 
 /**
  * Clustered-dot dither of inverted gray bytes (255 = black) into a zero-filled
- * 1-bit raster of ((width + 7) / 8) x height bytes, 1 = dot.
+ * 1-bit raster of ((width + 7) / 8) x height bytes, 1 = dot (bits are ORed in).
+ * Every row is read in whole groups of eight, so when the width is not a
+ * multiple of 8 the last group takes the first pixels of the next row, and on
+ * the last row values past the end of @p gray count as 0 (nothing is read
+ * there). A height below 1 writes nothing.
  */
 ZV_EXPORT void ZVBayerCluster(const uint8_t *gray, uint32_t width, int32_t height, uint8_t *out);
 

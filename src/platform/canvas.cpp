@@ -5,6 +5,7 @@
 #include <pixman.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 
 namespace zv::detail {
@@ -37,7 +38,41 @@ void premultiplyInto(const uint8_t *straight, uint8_t *out, size_t pixelCount) {
   }
 }
 
+// Alpha bytes of two pixels read as one little-endian 64-bit word.
+constexpr uint64_t kOpaquePair = 0xFF000000FF000000u;
+
+bool pairIsOpaque(const uint8_t *pixels) {
+  uint64_t pair;
+  std::memcpy(&pair, pixels, sizeof pair);
+  return (pair & kOpaquePair) == kOpaquePair;
+}
+
+// Opaque pixels are already premultiplied; most photos are opaque all over,
+// so whole pairs of pixels are tested at once and skipped.
+void premultiplyInPlace(uint8_t *pixels, size_t pixelCount) {
+  size_t i = 0;
+  for (; i + 2 <= pixelCount; i += 2)
+    if (!pairIsOpaque(pixels + i * 4)) premultiplyInto(pixels + i * 4, pixels + i * 4, 2);
+  if (i < pixelCount) premultiplyInto(pixels + i * 4, pixels + i * 4, 1);
+}
+
 } // namespace
+
+bool isOpaque(const ZVImage &image) {
+  const uint8_t *pixels = image.rgba().data();
+  const size_t count = image.rgba().size() / 4;
+  // Eight pixels per step, so the loop runs on without a branch per pixel.
+  size_t i = 0;
+  for (; i + 8 <= count; i += 8) {
+    bool opaque = true;
+    for (size_t k = 0; k < 8; k += 2)
+      opaque &= pairIsOpaque(pixels + (i + k) * 4);
+    if (!opaque) return false;
+  }
+  for (; i < count; ++i)
+    if (pixels[i * 4 + 3] != 255) return false;
+  return true;
+}
 
 std::optional<Canvas> makeCanvas(uint32_t width, uint32_t height) {
   if (!sizeWithinCaps(width, height)) return std::nullopt;
@@ -87,13 +122,15 @@ void drawImage(Canvas &canvas, const ZVImage &image, int64_t x, int64_t y, uint3
 }
 
 std::optional<Canvas> drawnCanvas(const ZVImage &image, uint32_t width, uint32_t height) {
+  if (width == image.pixelWidth() && height == image.pixelHeight()) {
+    // A plain copy, premultiplied in place: no zero fill, one write pass.
+    Canvas canvas{width, height, {image.rgba().begin(), image.rgba().end()}};
+    premultiplyInPlace(canvas.pixels.data(), size_t{width} * height);
+    return canvas;
+  }
   auto canvas = makeCanvas(width, height);
   if (!canvas) return std::nullopt;
-  if (width == image.pixelWidth() && height == image.pixelHeight()) {
-    premultiplyInto(image.rgba().data(), canvas->pixels.data(), size_t{width} * height);
-  } else {
-    drawImage(*canvas, image, 0, 0, width, height);
-  }
+  drawImage(*canvas, image, 0, 0, width, height);
   return canvas;
 }
 

@@ -35,6 +35,10 @@ inline uint8_t premultiply(uint8_t channel, uint8_t alpha) {
   return static_cast<uint8_t>((channel * alpha + 127) / 255);
 }
 
+/// Whether every pixel of @p image has alpha 255: drawing such an image at
+/// its own size yields its bytes unchanged.
+bool isOpaque(const ZVImage &image);
+
 /// Fills the whole canvas with one premultiplied colour.
 void fillCanvas(Canvas &canvas, uint8_t r, uint8_t g, uint8_t b, uint8_t a);
 

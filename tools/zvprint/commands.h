@@ -6,6 +6,7 @@
 
 namespace zvprint {
 
+void addConvertCommand(CLI::App &app);
 void addBarcodeCommand(CLI::App &app);
 void addLabelCommand(CLI::App &app);
 

@@ -17,6 +17,7 @@ int main(int argc, char **argv) {
                                         std::to_string(ZVPrinterSDKVersionNumber).substr(0, 3) +
                                         ")");
   app.require_subcommand(1);
+  zvprint::addConvertCommand(app);
   app.fallthrough();
   zvprint::addBarcodeCommand(app);
 
