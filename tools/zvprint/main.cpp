@@ -20,6 +20,7 @@ int main(int argc, char **argv) {
   zvprint::addConvertCommand(app);
   app.fallthrough();
   zvprint::addBarcodeCommand(app);
+  zvprint::addLabelCommand(app);
 
   try {
     app.parse(argc, argv);
