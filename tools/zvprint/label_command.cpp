@@ -6,11 +6,14 @@
 
 #include <zvprinter/ZVCmdTSCGenerator.h>
 
+#include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <regex>
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace zvprint {
 namespace {
@@ -29,23 +32,49 @@ struct LabelOptions {
   int64_t copies = 1;
 };
 
+// Splits "AxB" at the 'x'; B is empty when there is none.
+std::pair<std::string_view, std::string_view> splitAtX(std::string_view text) {
+  const size_t x = text.find('x');
+  if (x == std::string_view::npos) return {text, {}};
+  return {text.substr(0, x), text.substr(x + 1)};
+}
+
+std::optional<int64_t> wholeNumber(std::string_view text) {
+  int64_t value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size() || text.empty() || text[0] == '-')
+    return std::nullopt;
+  return value;
+}
+
+// Digits with at most one decimal point between digits, e.g. "2" or "1.5".
+bool isDecimal(std::string_view text) {
+  const size_t point = text.find('.');
+  const auto digits = [](std::string_view part) {
+    return !part.empty() && part.size() <= 6 &&
+           std::ranges::all_of(part, [](char c) { return c >= '0' && c <= '9'; });
+  };
+  if (point == std::string_view::npos) return digits(text);
+  return digits(text.substr(0, point)) && digits(text.substr(point + 1));
+}
+
 // "WxH" in whole millimetres.
 std::pair<int64_t, int64_t> parseSize(const std::string &text) {
-  static const std::regex pattern(R"((\d{1,9})x(\d{1,9}))");
-  std::smatch match;
-  if (!std::regex_match(text, match, pattern))
+  const auto [widthText, heightText] = splitAtX(text);
+  const auto width = wholeNumber(widthText);
+  const auto height = wholeNumber(heightText);
+  if (!width || !height)
     fail("--size must be WIDTHxHEIGHT in millimetres, e.g. 40x30, not '" + text + "'");
-  return {std::stoll(match[1]), std::stoll(match[2])};
+  return {*width, *height};
 }
 
 // "M" or "MxN": gap height and offset in millimetres, decimals allowed.
 std::string gapCommand(const std::string &text) {
-  static const std::regex pattern(R"((\d{1,6}(?:\.\d{1,3})?)(?:x(\d{1,6}(?:\.\d{1,3})?))?)");
-  std::smatch match;
-  if (!std::regex_match(text, match, pattern))
+  auto [gap, offset] = splitAtX(text);
+  if (text.find('x') == std::string::npos) offset = "0";
+  if (!isDecimal(gap) || !isDecimal(offset))
     fail("--gap must be GAP or GAPxOFFSET in millimetres, e.g. 2 or 2x0, not '" + text + "'");
-  const std::string offset = match[2].matched ? match[2].str() : "0";
-  return "GAP " + match[1].str() + " mm," + offset + " mm\r\n";
+  return "GAP " + std::string(gap) + " mm," + std::string(offset) + " mm\r\n";
 }
 
 void append(ZVData &job, const ZVData &command) {
