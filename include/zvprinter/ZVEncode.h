@@ -54,10 +54,10 @@
 /// converter here (2 NeXTSTEP, 6 Symbol, 7 non-lossy ASCII, the other Mac
 /// script encodings, ...) and unknown numbers give std::nullopt.
 ///
-/// Unmarked UTF-16 (10) and UTF-32 (0x8C000100) are written big-endian with
-/// no byte-order mark; when read, a leading byte-order mark selects the byte
-/// order and is dropped, otherwise big-endian is assumed. The marked forms
-/// (BE/LE) never treat a byte-order mark specially.
+/// Unmarked UTF-16 (10) and UTF-32 (0x8C000100) are big-endian, and no
+/// byte-order mark is written or looked for: a leading FE FF or FF FE is read
+/// as the character it spells, so that whatever is encoded decodes back to
+/// the same text. The same holds for all the UTF forms.
 ///
 /// Stateless; every operation may be called from any thread.
 class ZV_EXPORT ZVEncode {

@@ -13,14 +13,14 @@ std::optional<std::string> ZVEncode::decodeStringWithData(std::span<const uint8_
 
 std::optional<ZVData> ZVEncode::encodeDataWithString(const std::optional<std::string> &string,
                                                      int64_t encodingType) {
-  const auto encoding = zv::detail::icuEncodingFor(encodingType);
-  if (!string || !encoding) return std::nullopt;
-  return zv::detail::encodeText(*string, encoding->encodeName);
+  const char *converter = zv::detail::icuConverterFor(encodingType);
+  if (!string || !converter) return std::nullopt;
+  return zv::detail::encodeText(*string, converter);
 }
 
 std::optional<std::string> ZVEncode::decodeDataWithString(std::span<const uint8_t> data,
                                                           int64_t encodingType) {
-  const auto encoding = zv::detail::icuEncodingFor(encodingType);
-  if (!encoding) return std::nullopt;
-  return zv::detail::decodeText(data, encoding->decodeName);
+  const char *converter = zv::detail::icuConverterFor(encodingType);
+  if (!converter) return std::nullopt;
+  return zv::detail::decodeText(data, converter);
 }

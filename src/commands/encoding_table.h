@@ -3,24 +3,17 @@
 // Maps the platform's string-encoding numbers onto ICU converters.
 
 #include <cstdint>
-#include <optional>
 
 namespace zv::detail {
-
-/// The ICU converters that stand for one encoding number. They differ only
-/// for unmarked UTF-16 and UTF-32: written big-endian without a byte-order
-/// mark, read big-endian unless a byte-order mark says otherwise.
-struct IcuEncoding {
-  const char *encodeName;
-  const char *decodeName;
-};
 
 /// GB 18030: CoreFoundation's 0x0632 with the high bit that marks a
 /// converted CoreFoundation encoding.
 inline constexpr int64_t kGB18030EncodingNumber = 0x80000632;
 
-/// The converters for @p encodingNumber, or std::nullopt when the number is
-/// not an encoding of the platform or ICU has no converter for it.
-std::optional<IcuEncoding> icuEncodingFor(int64_t encodingNumber);
+/// The name of the ICU converter for @p encodingNumber, or nullptr when the
+/// number is not an encoding of the platform or ICU has no converter for it.
+/// Unmarked UTF-16 and UTF-32 are big-endian, with no byte-order mark either
+/// way, so that everything encoded decodes back to the same text.
+const char *icuConverterFor(int64_t encodingNumber);
 
 } // namespace zv::detail

@@ -106,15 +106,16 @@ TEST(ZVEncode, UnmappableCharactersAndUnknownNumbersGiveNil) {
   }
 }
 
-TEST(ZVEncode, UnmarkedUtf16IsBigEndianWithoutByteOrderMark) {
+TEST(ZVEncode, UnmarkedUtfFormsAreBigEndianWithoutByteOrderMark) {
   EXPECT_EQ(ZVEncode::encodeDataWithString("a", 10), (ZVData{0x00, 0x61}));
   EXPECT_EQ(ZVEncode::encodeDataWithString("", 10), ZVData{});
   EXPECT_EQ(ZVEncode::encodeDataWithString("a", 0x8C000100), (ZVData{0, 0, 0, 0x61}));
   EXPECT_EQ(ZVEncode::decodeDataWithString(ZVData{0x00, 0x61}, 10), "a");
-  EXPECT_EQ(ZVEncode::decodeDataWithString(ZVData{0xFF, 0xFE, 0x61, 0x00}, 10), "a");
-  EXPECT_EQ(ZVEncode::decodeDataWithString(ZVData{0xFE, 0xFF, 0x00, 0x61}, 10), "a");
-  // The marked forms keep a byte-order mark as the character it is.
-  EXPECT_EQ(ZVEncode::decodeDataWithString(ZVData{0xFE, 0xFF, 0x00, 0x61}, 0x90000100), "\uFEFFa");
+  // A byte-order mark is read as the character it spells, both ways.
+  EXPECT_EQ(ZVEncode::decodeDataWithString(ZVData{0xFE, 0xFF, 0x00, 0x61}, 10), "\uFEFFa");
+  EXPECT_EQ(ZVEncode::decodeDataWithString(ZVData{0xFF, 0xFE, 0x61, 0x00}, 10), "\uFFFE\u6100");
+  EXPECT_EQ(ZVEncode::encodeDataWithString("\uFFFEa", 10), (ZVData{0xFF, 0xFE, 0x00, 0x61}));
+  EXPECT_EQ(ZVEncode::decodeDataWithString(ZVData{0, 0, 0xFE, 0xFF}, 0x8C000100), "\uFEFF");
   EXPECT_FALSE(ZVEncode::decodeDataWithString(ZVData{0xD8, 0x00}, 10)); // lone surrogate
   EXPECT_FALSE(ZVEncode::decodeDataWithString(ZVData{0x00}, 10));       // odd length
 }
