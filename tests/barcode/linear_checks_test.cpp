@@ -67,17 +67,19 @@ TEST(Code128, AsciiAndFunctionEscapesFromOneToEighty) {
     escapes += "\u00f1"; // 80 code units, 160 bytes
   EXPECT_TRUE(V::verifyCode128Encoding(escapes).isVerify);
   EXPECT_FALSE(V::verifyCode128Encoding(escapes + "1").isVerify);
-  EXPECT_EQ(ZV_CODE128_ESCAPE_FNC_1, 0xF1);
-  EXPECT_EQ(ZV_CODE128_ESCAPE_FNC_4, 0xF4);
 }
 
 TEST(Barcodes, InvalidUtf8FailsEveryCheckAndKeepsTheInput) {
   ZVSetLogHandler({});
-  const std::string bad = "12\xE4\xB8";
+  const std::string bad = "1234567\xE4\xB8";
   for (const auto check :
-       {V::verifyCodaBarEncoding, V::verifyItf25Encoding, V::verifyCode39Encoding,
+       {V::verifyEan8Encoding, V::verifyEan13Encoding, V::verifyUpcaEncoding, V::verifyUpceEncoding,
+        V::verifyCodaBarEncoding, V::verifyItf25Encoding, V::verifyCode39Encoding,
         V::verifyCode93Encoding, V::verifyCode128Encoding})
     EXPECT_EQ(check(bad), invalid(bad));
+  EXPECT_FALSE(V::isNumeric("1\xFF"));
+  EXPECT_EQ(V::standardUPCEANChecksum("\xED\xA0\x80"), 0);
+  EXPECT_EQ(V::convertUPCEtoUPCA("0123456\x80"), "");
 }
 
 } // namespace

@@ -101,14 +101,4 @@ TEST(UpcEan, OtherScriptsDigitsAreNumericButCountAsZero) {
   EXPECT_TRUE(V::verifyUpceEncoding("٣٢٣٤٥٦٧").isVerify); // number system counts as 0
 }
 
-TEST(UpcEan, InvalidUtf8FailsWithTheInputKept) {
-  const std::string bad = "123456\xC3";
-  for (const auto check : {V::verifyEan8Encoding, V::verifyEan13Encoding, V::verifyUpcaEncoding,
-                           V::verifyUpceEncoding})
-    EXPECT_EQ(check(bad), invalid(bad));
-  EXPECT_FALSE(V::isNumeric("1\xFF"));
-  EXPECT_EQ(V::standardUPCEANChecksum("\xED\xA0\x80"), 0);
-  EXPECT_EQ(V::convertUPCEtoUPCA("0123456\x80"), "");
-}
-
 } // namespace
