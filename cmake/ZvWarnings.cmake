@@ -9,3 +9,11 @@ if(ZV_SANITIZE)
     -fsanitize=${ZV_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(zv_build_flags INTERFACE -fsanitize=${ZV_SANITIZE})
 endif()
+
+# libFuzzer needs the library itself instrumented for coverage feedback, and
+# built with the same sanitizers as the fuzz binaries.
+if(ZV_BUILD_FUZZ)
+  target_compile_options(zv_build_flags INTERFACE
+    -fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer)
+  target_link_options(zv_build_flags INTERFACE -fsanitize=address,undefined)
+endif()

@@ -9,5 +9,8 @@ cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=Release -DZV_BUILD_TESTS
 cmake --build build/release -j "$(nproc)"
 
 sample=${1:-/usr/lib/python3/dist-packages/skimage/data/astronaut.png}
+zvprint=build/release/tools/zvprint/zvprint
 mkdir -p out
-build/release/tools/zvprint/zvprint --version
+"$zvprint" --version
+"$zvprint" convert "$sample" --mode dither --package -o out/sample.bin
+echo "print data: out/sample.bin ($(stat -c %s out/sample.bin) bytes)"

@@ -68,24 +68,47 @@ ZV_EXPORT void ZVBayerCluster(const uint8_t *gray, uint32_t width, int32_t heigh
 ZV_EXPORT int HTBayerDisperse(const uint8_t *gray, int32_t width, int32_t height, uint8_t *out);
 
 /**
- * Applies a 256-entry tone curve to every byte of a plane whose rows are
- * padded to a multiple of 4 bytes. gammaType false: power law 1 / gamma;
- * true: natural cubic spline through (0.1 k, curve[k]), k = 0..10.
+ * Applies a 256-entry tone curve to the first @p channels x @p width bytes of
+ * each of @p height rows of @p src, writing the same places of @p dst. Rows of
+ * both planes are (channels x width + 3) & ~3 bytes apart; the bytes between
+ * rows are neither read nor written. Every channel, alpha included, goes
+ * through the table T[i] = truncate(y(i / 255.0) x 255.0 + 0.5), clamped to
+ * 0..255 (NaN gives 0), where y is:
+ * - @p gammaType false: x to the power 1 / @p gamma, the reciprocal in single
+ *   precision and the power in double; @p curve is not read (may be null).
+ *   Gamma 1 is the identity; gamma 0 maps all but 255 to 0.
+ * - @p gammaType true: the natural cubic spline through (0.1 k, curve[k]),
+ *   k = 0..10 (eleven doubles); nothing is written when @p curve is null.
+ * Nothing is written when a pointer is null, @p width is below 1 or
+ * @p channels is 0.
  */
 ZV_EXPORT void GammaCorrectiom_New(const uint8_t *src, int32_t width, uint32_t height,
                                    uint32_t channels, uint8_t *dst, bool gammaType,
                                    const double *curve, float gamma);
 
 /**
- * 5 x 5 Laplacian sharpening followed by serpentine error diffusion to
- * @p levelCount gray levels. Planes are padded to a multiple of 4 bytes per
- * row; @p work holds one float per byte of the padded plane.
+ * 5 x 5 Laplacian sharpening of the gray plane @p src followed by serpentine
+ * error diffusion (even rows left to right, odd rows right to left) to
+ * n = max(2, min(@p levelCount, 256)) gray levels, written to @p out.
+ *
+ * Planes (@p src, @p out and @p work, which holds floats) have rows of
+ * (width + 3) & ~3 elements; the elements between rows are neither read as
+ * pixels nor written. @p levels holds n rising values; the gray of level k is
+ * 255 - (levels[k] - levels[0]) x 255 / (levels[n - 1] - levels[0]) in single
+ * precision, clamped to 0..255, and its byte, truncate(gray + 0.5), is written
+ * to @p paletteOut (n bytes; skipped when null). With |@p strength| > 0.1 each
+ * pixel first gets (Laplacian sum over the neighbours inside the image) /
+ * strength added; otherwise none. Errors are single precision; a pixel with all
+ * four neighbours passes on 7/16, 5/16, 1/16 and 3/16 of its error (ahead,
+ * below, below-ahead, below-behind), any other pixel an equal share to each
+ * neighbour it has. Returns at once when @p src, @p out, @p levels or @p work
+ * is null, or a side is below 1.
  */
 ZV_EXPORT void SharpLaplacianCl_New(uint8_t *out, const uint8_t *src, int32_t width, int32_t height,
                                     uint32_t levelCount, const float *levels, uint8_t *paletteOut,
                                     float *work, double strength);
 
-/** Clamps @p value to 0..255. */
+/** Clamps @p value to 0..255: below 0 gives 0, above 255 gives 255. */
 ZV_EXPORT int32_t clamp(int32_t value);
 
 #ifdef __cplusplus

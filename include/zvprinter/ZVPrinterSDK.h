@@ -17,6 +17,7 @@
 #include <zvprinter/ZVExport.h>
 #include <zvprinter/ZVFirmwareSlice.h>
 #include <zvprinter/ZVImage.h>
+#include <zvprinter/ZVImagePreviewManager.h>
 #include <zvprinter/ZVLog.h>
 #include <zvprinter/ZVPackProtocol.h>
 #include <zvprinter/ZVPacker.h>

@@ -7,6 +7,8 @@
 namespace zvprint {
 
 void addConvertCommand(CLI::App &app);
+void addPreviewCommand(CLI::App &app);
+void addBoundsCommand(CLI::App &app);
 void addBarcodeCommand(CLI::App &app);
 void addLabelCommand(CLI::App &app);
 

@@ -16,6 +16,8 @@ int main(int argc, char **argv) {
   app.set_version_flag("--version", std::string("zvprint 1.0.0 (library ") +
                                         std::to_string(ZVPrinterSDKVersionNumber).substr(0, 3) +
                                         ")");
+  zvprint::addPreviewCommand(app);
+  zvprint::addBoundsCommand(app);
   app.require_subcommand(1);
   zvprint::addConvertCommand(app);
   app.fallthrough();
