@@ -14,3 +14,5 @@ mkdir -p out
 "$zvprint" --version
 "$zvprint" convert "$sample" --mode dither --package -o out/sample.bin
 echo "print data: out/sample.bin ($(stat -c %s out/sample.bin) bytes)"
+"$zvprint" render out/sample.bin -o out/paper.png
+echo "paper: out/paper.png"

@@ -7,6 +7,9 @@
 #include <zvprinter/ZVBarcodeSlice.h>
 #include <zvprinter/ZVBitmapManager.h>
 #include <zvprinter/ZVBitmapSlice.h>
+#include <zvprinter/ZVBleCentral.h>
+#include <zvprinter/ZVBlePeripheral.h>
+#include <zvprinter/ZVBleService.h>
 #include <zvprinter/ZVCacheManager.h>
 #include <zvprinter/ZVCmdTSCGenerator.h>
 #include <zvprinter/ZVCmdUniGenerator.h>
@@ -21,7 +24,12 @@
 #include <zvprinter/ZVLog.h>
 #include <zvprinter/ZVPackProtocol.h>
 #include <zvprinter/ZVPacker.h>
+#include <zvprinter/ZVPlatform.h>
 #include <zvprinter/ZVPrinterC.h>
+#include <zvprinter/ZVRunLoop.h>
+#include <zvprinter/ZVSerialQueue.h>
+#include <zvprinter/ZVSimCentral.h>
 #include <zvprinter/ZVTarvoDataProcessor.h>
 #include <zvprinter/ZVTarvoResolver.h>
 #include <zvprinter/ZVTypes.h>
+#include <zvprinter/ZVVirtualPrinter.h>

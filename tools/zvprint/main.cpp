@@ -16,10 +16,11 @@ int main(int argc, char **argv) {
   app.set_version_flag("--version", std::string("zvprint 1.0.0 (library ") +
                                         std::to_string(ZVPrinterSDKVersionNumber).substr(0, 3) +
                                         ")");
+  zvprint::addConvertCommand(app);
   zvprint::addPreviewCommand(app);
   zvprint::addBoundsCommand(app);
+  zvprint::addRenderCommand(app);
   app.require_subcommand(1);
-  zvprint::addConvertCommand(app);
   app.fallthrough();
   zvprint::addBarcodeCommand(app);
   zvprint::addLabelCommand(app);
