@@ -10,5 +10,7 @@ void addConvertCommand(CLI::App &app);
 void addPreviewCommand(CLI::App &app);
 void addBoundsCommand(CLI::App &app);
 void addRenderCommand(CLI::App &app);
+void addBarcodeCommand(CLI::App &app);
+void addLabelCommand(CLI::App &app);
 
 } // namespace zvprint

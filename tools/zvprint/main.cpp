@@ -22,6 +22,8 @@ int main(int argc, char **argv) {
   zvprint::addRenderCommand(app);
   app.require_subcommand(1);
   app.fallthrough();
+  zvprint::addBarcodeCommand(app);
+  zvprint::addLabelCommand(app);
 
   try {
     app.parse(argc, argv);
