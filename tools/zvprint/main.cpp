@@ -20,10 +20,10 @@ int main(int argc, char **argv) {
   zvprint::addPreviewCommand(app);
   zvprint::addBoundsCommand(app);
   zvprint::addRenderCommand(app);
+  zvprint::addLabelCommand(app);
+  zvprint::addBarcodeCommand(app);
   app.require_subcommand(1);
   app.fallthrough();
-  zvprint::addBarcodeCommand(app);
-  zvprint::addLabelCommand(app);
 
   try {
     app.parse(argc, argv);
