@@ -33,5 +33,6 @@ cmake -S examples/consumer -B build/ci-consumer -G Ninja \
   -DCMAKE_PREFIX_PATH="$PWD/build/ci-prefix"
 cmake --build build/ci-consumer
 LD_LIBRARY_PATH="$PWD/build/ci-prefix/lib" build/ci-consumer/zv_consumer
+LD_LIBRARY_PATH="$PWD/build/ci-prefix/lib" build/ci-consumer/zv_consumer_c
 PKG_CONFIG_PATH="$PWD/build/ci-prefix/lib/pkgconfig" pkg-config --exists zvprinter
 echo "all test stages passed"
