@@ -41,10 +41,6 @@ std::vector<ZVData> expectedRows(const ZVData &raster, uint32_t widthBytes) {
   return rows;
 }
 
-std::string text(const ZVData &reply) {
-  return std::string(reply.begin(), reply.end());
-}
-
 TEST(VirtualPrinterStream, FramedImagePrintsTheSourceRasterWhateverThePieces) {
   const ZVData raster = patternRaster(48, 100);
   ZVData stream;
@@ -149,7 +145,7 @@ TEST(VirtualPrinterStream, StatusDeviceAndWifiCommandsAreAnswered) {
   const auto replies = feedInPieces(printer, stream, {2});
   std::vector<std::string> got;
   for (const auto &reply : replies)
-    got.push_back(text(reply));
+    got.emplace_back(reply.begin(), reply.end());
   EXPECT_EQ(got, (std::vector<std::string>{
                      std::string("tarvo_sta=\x80"), "printer_name=ZV-P1\r\n", "auto_wifi=OK\r\n",
                      "auto_wifi=OK\r\n", "auto_wifi=OK\r\n", "auto_wifi=OK\r\n",
