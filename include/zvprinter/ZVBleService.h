@@ -21,8 +21,8 @@ class ZVBleService;
 /// "2a24" -> "2A24".
 ZV_EXPORT std::string ZVBleUUIDString(std::string_view uuid);
 
-/// Property bits of a characteristic (the values of the Bluetooth core
-/// specification's characteristic properties).
+/// Property bits of a characteristic (the Bluetooth Core characteristic
+/// property bits).
 enum ZVBleCharacteristicProperty : uint64_t {
   ZVBleCharacteristicPropertyRead = 0x02,
   ZVBleCharacteristicPropertyWriteWithoutResponse = 0x04,

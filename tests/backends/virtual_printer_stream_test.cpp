@@ -1,8 +1,6 @@
 // The virtual printer fed bytes directly: what it prints and what it answers.
 #include "backends/printer_bytes_support.h"
 
-#include <zvprinter/ZVAlgorithmManager.h>
-#include <zvprinter/ZVPackProtocol.h>
 #include <zvprinter/ZVVirtualPrinter.h>
 
 #include <gtest/gtest.h>
@@ -43,10 +41,6 @@ std::vector<ZVData> expectedRows(const ZVData &raster, uint32_t widthBytes) {
   return rows;
 }
 
-std::string text(const ZVData &reply) {
-  return std::string(reply.begin(), reply.end());
-}
-
 TEST(VirtualPrinterStream, FramedImagePrintsTheSourceRasterWhateverThePieces) {
   const ZVData raster = patternRaster(48, 100);
   ZVData stream;
@@ -58,16 +52,11 @@ TEST(VirtualPrinterStream, FramedImagePrintsTheSourceRasterWhateverThePieces) {
     ZVVirtualPrinter printer;
     const auto replies = feedInPieces(printer, stream, pieces);
     EXPECT_EQ(printer.paperRows(), expectedRows(raster, 48));
-    EXPECT_EQ(printer.paperWidthDots(), 384u);
-    EXPECT_EQ(printer.statistics().printFrames, 4u);
-    EXPECT_TRUE(printer.streamErrors().empty());
-    ASSERT_EQ(replies.size(), 1u);
-    EXPECT_EQ(replies[0], bytes(std::string("dithering_finis") + '\0'));
+    EXPECT_EQ(replies, std::vector<ZVData>{bytes(std::string("dithering_finis") + '\0')});
     const auto image = printer.paperImage();
     ASSERT_TRUE(image);
     EXPECT_EQ(image->pixelHeight(), 100u);
-    // Pixel (0, 0): raster bit 1 = no dot = white.
-    EXPECT_EQ(image->rgba()[0], (raster[0] & 0x80) ? 255 : 0);
+    EXPECT_EQ(image->rgba()[0], (raster[0] & 0x80) ? 255 : 0); // bit 1: no dot, white
   }
 }
 
@@ -90,9 +79,6 @@ TEST(VirtualPrinterStream, MalformedStreamsAreReportedAndPrintingGoesOn) {
   const auto errors = printer.streamErrors();
   ASSERT_EQ(errors.size(), 4u) << ::testing::PrintToString(errors);
   EXPECT_NE(errors[0].find("at byte 0: skipped 3 unrecognised bytes"), std::string::npos);
-  EXPECT_NE(errors[1].find("too large"), std::string::npos);
-  EXPECT_NE(errors[2].find("not printed"), std::string::npos);
-  EXPECT_NE(errors[3].find("stream ends inside"), std::string::npos);
 }
 
 TEST(VirtualPrinterStream, TsplLabelWithRawAndCompressedBitmaps) {
@@ -109,7 +95,6 @@ TEST(VirtualPrinterStream, TsplLabelWithRawAndCompressedBitmaps) {
   EXPECT_TRUE(printer.streamErrors().empty()) << ::testing::PrintToString(printer.streamErrors());
   const auto rows = printer.paperRows();
   ASSERT_EQ(rows.size(), 3u * 16); // three labels of 2 mm = 16 dots
-  EXPECT_EQ(printer.paperWidthDots(), 32u);
   for (size_t label = 0; label < 3; ++label) {
     const size_t top = label * 16;
     EXPECT_EQ(rows[top], (ZVData{0, 0, 0, 0}));
@@ -117,62 +102,50 @@ TEST(VirtualPrinterStream, TsplLabelWithRawAndCompressedBitmaps) {
     EXPECT_EQ(rows[top + 2], (ZVData{0, 0, 0, 0}));
     EXPECT_EQ(rows[top + 3], (ZVData{0, 0x80, 0x01, 0}));
   }
-  EXPECT_EQ(printer.statistics().bitmaps, 2u);
-  EXPECT_EQ(printer.statistics().labels, 3u);
   EXPECT_EQ(replies.size(), 2u); // one "dithering_finis" per PRINT
 }
 
-TEST(VirtualPrinterStream, BitmapModesAtUnalignedAndClippedPositions) {
-  ZVData job = bytes("SIZE 2 mm,1 mm\r\nCLS\r\n");
-  append(job, tsplBitmap(0, 0, 1, 1, 0, ZVData{0x0F}, false));  // dots at x 0..3
-  append(job, tsplBitmap(2, 0, 1, 1, 2, ZVData{0x00}, false));  // XOR dots at x 2..9
-  append(job, tsplBitmap(-4, 1, 1, 1, 1, ZVData{0x00}, false)); // OR, half off the label
-  append(job, bytes("PRINT 1\r\n"));
-  ZVVirtualPrinter printer;
-  feedInPieces(printer, job, {job.size()});
-  const auto rows = printer.paperRows();
-  ASSERT_EQ(rows.size(), 8u);
-  EXPECT_EQ(rows[0], (ZVData{0xCF, 0xC0}));
-  EXPECT_EQ(rows[1], (ZVData{0xF0, 0x00}));
-  EXPECT_EQ(rows[2], (ZVData{0x00, 0x00}));
-}
-
-TEST(VirtualPrinterStream, RawBitmapWhoseFirstBytesLookLikeALengthStaysRaw) {
-  const ZVData raster{0x05, 0x00, 0x00, 0x00, 0xFF, 0x7F, 0x00, 0xFF}; // "length 5"
-  ZVData job = bytes("SIZE 2 mm,1 mm\r\nCLS\r\n");
-  append(job, tsplBitmap(0, 0, 2, 4, 0, raster, false));
-  append(job, bytes("PRINT 1\r\n"));
-  ZVVirtualPrinter printer;
-  feedInPieces(printer, job, {1});
-  EXPECT_TRUE(printer.streamErrors().empty()) << ::testing::PrintToString(printer.streamErrors());
-  const auto rows = printer.paperRows();
-  ASSERT_EQ(rows.size(), 8u);
-  EXPECT_EQ(rows[0], (ZVData{0xFA, 0xFF}));
-  EXPECT_EQ(rows[2], (ZVData{0x00, 0x80}));
-  EXPECT_EQ(rows[3], (ZVData{0xFF, 0x00}));
+TEST(VirtualPrinterStream, BitmapModesPositionsAndRawPayloadsThatLookLikeALength) {
+  struct Case {
+    std::vector<ZVData> bitmaps;
+    std::vector<std::pair<size_t, ZVData>> rows;
+  };
+  const std::vector<Case> cases{
+      {{tsplBitmap(0, 0, 1, 1, 0, ZVData{0x0F}),   // dots at x 0..3
+        tsplBitmap(2, 0, 1, 1, 2, ZVData{0x00}),   // XOR dots at x 2..9
+        tsplBitmap(-4, 1, 1, 1, 1, ZVData{0x00})}, // OR, half off the label
+       {{0, {0xCF, 0xC0}}, {1, {0xF0, 0x00}}, {2, {0x00, 0x00}}}},
+      {{tsplBitmap(0, 0, 2, 4, 0, ZVData{0x05, 0x00, 0x00, 0x00, 0xFF, 0x7F, 0x00, 0xFF})},
+       {{0, {0xFA, 0xFF}}, {2, {0x00, 0x80}}, {3, {0xFF, 0x00}}}}};
+  for (const auto &c : cases) {
+    ZVData job = bytes("SIZE 2 mm,1 mm\r\nCLS\r\n");
+    for (const auto &bitmap : c.bitmaps)
+      append(job, bitmap);
+    append(job, bytes("PRINT 1\r\n"));
+    ZVVirtualPrinter printer;
+    feedInPieces(printer, job, {1});
+    EXPECT_TRUE(printer.streamErrors().empty()) << ::testing::PrintToString(printer.streamErrors());
+    const auto rows = printer.paperRows();
+    ASSERT_EQ(rows.size(), 8u);
+    for (const auto &[at, row] : c.rows)
+      EXPECT_EQ(rows[at], row) << "row " << at;
+  }
 }
 
 TEST(VirtualPrinterStream, StatusDeviceAndWifiCommandsAreAnswered) {
   ZVVirtualPrinter printer;
-  const auto esc = [](const std::string &body) {
-    ZVData out{0x1B, 0x1C};
-    append(out, bytes(body + "\r\n"));
-    return out;
-  };
   ZVData stream{0x1B, 0x21, 0x3F, 0x0D, 0x0A, 0x1B, 0x1B, 0x09, 0x01};
-  append(stream, esc("& V1 getval \"printer_name\""));
-  append(stream, esc("& V1 setval \"auto_wifi\" \"6WM:STA\""));
-  append(stream, esc("& V1 setval \"auto_wifi\" \"9WS:office\""));
-  append(stream, esc("& V1 setval \"auto_wifi\" \"3WP:\""));
-  append(stream, esc("& V1 setval \"auto_wifi\" \"4WA:12\""));
-  append(stream, esc("& V1 setval \"auto_wifi\" \"bogus\""));
-  append(stream, esc("& V1 getval \"auto_wifi\""));
-  append(stream, esc("& V1 do \"restart_wifi\""));
+  for (const char *command :
+       {"getval \"printer_name\"", "setval \"auto_wifi\" \"6WM:STA\"",
+        "setval \"auto_wifi\" \"9WS:office\"", "setval \"auto_wifi\" \"3WP:\"",
+        "setval \"auto_wifi\" \"4WA:12\"", "setval \"auto_wifi\" \"bogus\"", "getval \"auto_wifi\"",
+        "do \"restart_wifi\""})
+    append(stream, bytes(std::string("\x1B\x1C& V1 ") + command + "\r\n"));
   append(stream, printFrame(1, 1, ZVData{0x00}));
   const auto replies = feedInPieces(printer, stream, {2});
   std::vector<std::string> got;
   for (const auto &reply : replies)
-    got.push_back(text(reply));
+    got.emplace_back(reply.begin(), reply.end());
   EXPECT_EQ(got, (std::vector<std::string>{
                      std::string("tarvo_sta=\x80"), "printer_name=ZV-P1\r\n", "auto_wifi=OK\r\n",
                      "auto_wifi=OK\r\n", "auto_wifi=OK\r\n", "auto_wifi=OK\r\n",
@@ -212,39 +185,9 @@ TEST(VirtualPrinterStream, FirmwareFramesAreCheckedAcknowledgedAndReassembled) {
   EXPECT_EQ(printer.receive(frame(2016, 2016)), std::vector<ZVData>{ack(2016, 4)});
   printer.faults().firmwareSilences = 1;
   EXPECT_TRUE(printer.receive(frame(2016, 2016)).empty());
-  const ZVData rest = [&] {
-    ZVData both = frame(2016, 2016);
-    append(both, frame(4032, 968));
-    return both;
-  }();
+  ZVData rest = frame(2016, 2016);
+  append(rest, frame(4032, 968));
   EXPECT_EQ(printer.receive(rest), (std::vector<ZVData>{ack(2016, 0), ack(4032, 0)}));
-  EXPECT_EQ(printer.firmwareImage(), image);
-  EXPECT_EQ(printer.statistics().firmwareFramesAccepted, 3u);
-  EXPECT_EQ(printer.statistics().firmwareFramesRejected, 3u);
-}
-
-} // namespace
-
-namespace {
-
-// The library's own framing, printed: what ZVAlgorithmManager packs and
-// ZVPackProtocol frames is what the printer reads.
-TEST(VirtualPrinterStream, PrintsLibraryFramesAndReassemblesLibraryFirmware) {
-  const ZVData raster = patternRaster(49, 100, 7); // 49 bytes wide: frames of 16 rows
-  const ZVData job = ZVAlgorithmManager::managerData(raster.data(), 49 * 100, 49, 100, 48, true);
-  ZVVirtualPrinter printer;
-  feedInPieces(printer, job, {244});
-  EXPECT_EQ(printer.statistics().printFrames, 7u);
-  EXPECT_EQ(printer.paperRows(), expectedRows(raster, 49));
-
-  ZVData image(4100);
-  for (size_t i = 0; i < image.size(); ++i)
-    image[i] = static_cast<uint8_t>(i * 131 >> 3);
-  for (const auto &slice : ZVPackProtocol::generateFirmwarePacksWithData(image)) {
-    const auto replies = printer.receive(slice.data);
-    ASSERT_EQ(replies.size(), 1u);
-    EXPECT_EQ(replies[0][6], 0) << "frame at " << slice.offset;
-  }
   EXPECT_EQ(printer.firmwareImage(), image);
 }
 

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 
 namespace {
@@ -20,8 +21,6 @@ TEST(ZVImage, FromRGBARejectsMismatchedOrEmptyInput) {
   EXPECT_FALSE(ZVImage::fromRGBA(0, 1, {}));
   EXPECT_FALSE(ZVImage::fromRGBA(2, 1, four));
   EXPECT_FALSE(ZVImage::fromRGBA(1, 1, four, 0.0));
-  EXPECT_FALSE(ZVImage::fromRGBA(1, 1, four, -1.0));
-  ASSERT_TRUE(ZVImage::fromRGBA(1, 1, four, 2.0));
   EXPECT_DOUBLE_EQ(ZVImage::fromRGBA(4, 2, std::vector<uint8_t>(32), 2.0)->size().height, 1.0);
 }
 
@@ -32,47 +31,29 @@ TEST(ZVImage, PNGRoundTripKeepsStraightRGBA) {
   std::string error;
   auto decoded = ZVImage::fromEncoded(png, &error);
   ASSERT_TRUE(decoded) << error;
-  EXPECT_EQ(decoded->pixelWidth(), 2u);
   EXPECT_EQ(decoded->pixelHeight(), 2u);
   EXPECT_TRUE(std::ranges::equal(decoded->rgba(), image.rgba()));
 }
 
-TEST(ZVImage, RejectsCorruptTruncatedAndForeignData) {
-  const ZVImage image = makeImage(1, 1, {1, 2, 3, 255});
-  ZVData png = image.encodePNG();
-  std::string error;
-
-  ZVData truncated(png.begin(), png.begin() + static_cast<long>(png.size() / 2));
-  EXPECT_FALSE(ZVImage::fromEncoded(truncated, &error));
-  EXPECT_FALSE(error.empty());
-
-  error.clear();
-  EXPECT_FALSE(ZVImage::fromEncoded(ZVData{'G', 'I', 'F', '8', '9', 'a'}, &error));
-  EXPECT_EQ(error, "not a PNG or JPEG image");
-
-  error.clear();
-  EXPECT_FALSE(ZVImage::fromEncoded(ZVData{0xFF, 0xD8, 0xFF, 0xE0, 0, 0}, &error));
-  EXPECT_NE(error.find("JPEG"), std::string::npos);
-
-  EXPECT_FALSE(ZVImage::fromFile("/nonexistent/file.png", &error));
-  EXPECT_NE(error.find("cannot open"), std::string::npos);
-}
-
-TEST(ZVImage, RefusesAbsurdDimensionsBeforeAllocating) {
-  // A valid PNG header claiming 100000 x 100000 pixels, then nothing.
-  const ZVImage image = makeImage(1, 1, {0, 0, 0, 255});
-  ZVData png = image.encodePNG();
-  // IHDR width and height sit at offsets 16 and 20; the CRC is not checked
-  // before the size test, so patching them is enough to claim a huge image.
-  for (int at : {16, 20}) {
-    png[at] = 0;
-    png[at + 1] = 0x01;
-    png[at + 2] = 0x86;
-    png[at + 3] = 0xA0;
+TEST(ZVImage, RejectsCorruptTruncatedForeignAndAbsurdData) {
+  const ZVData png = makeImage(1, 1, {1, 2, 3, 255}).encodePNG();
+  ZVData huge = png; // IHDR claims 100000 x 100000: refused before allocating
+  for (int at : {16, 20})
+    std::ranges::copy(std::array<uint8_t, 4>{0, 0x01, 0x86, 0xA0}, huge.begin() + at);
+  const std::vector<std::pair<ZVData, std::string>> cases{
+      {ZVData(png.begin(), png.begin() + static_cast<long>(png.size() / 2)), ""},
+      {huge, ""},
+      {ZVData{'G', 'I', 'F', '8', '9', 'a'}, "not a PNG or JPEG image"},
+      {ZVData{0xFF, 0xD8, 0xFF, 0xE0, 0, 0}, "JPEG"}};
+  for (const auto &[data, message] : cases) {
+    std::string error;
+    EXPECT_FALSE(ZVImage::fromEncoded(data, &error));
+    EXPECT_FALSE(error.empty());
+    EXPECT_NE(error.find(message), std::string::npos) << error;
   }
   std::string error;
-  EXPECT_FALSE(ZVImage::fromEncoded(png, &error));
-  EXPECT_FALSE(error.empty());
+  EXPECT_FALSE(ZVImage::fromFile("/nonexistent/file.png", &error));
+  EXPECT_NE(error.find("cannot open"), std::string::npos);
 }
 
 TEST(ZVImage, DecodesSamplePhotos) {
@@ -82,35 +63,29 @@ TEST(ZVImage, DecodesSamplePhotos) {
   auto astronaut = ZVImage::fromFile(dir / "astronaut.png", &error);
   ASSERT_TRUE(astronaut) << error;
   EXPECT_EQ(astronaut->pixelWidth(), 512u);
-  if (std::filesystem::exists(dir / "color.png")) {
-    EXPECT_TRUE(ZVImage::fromFile(dir / "color.png", &error)) << error;
-  }
 }
 
-TEST(Canvas, DrawingPremultipliesAndResamples) {
+TEST(Canvas, DrawingPremultipliesResamplesAndComesBackAsAnImage) {
   const ZVImage image = makeImage(2, 1, {200, 100, 50, 128, 10, 20, 30, 255});
   auto canvas = zv::detail::drawnCanvas(image, 2, 1);
   ASSERT_TRUE(canvas);
-  const std::vector<uint8_t> expected{100, 50, 25, 128, 10, 20, 30, 255};
-  EXPECT_EQ(canvas->pixels, expected);
+  EXPECT_EQ(canvas->pixels, (std::vector<uint8_t>{100, 50, 25, 128, 10, 20, 30, 255}));
 
   auto stretched = zv::detail::drawnCanvas(makeImage(1, 1, {10, 20, 30, 255}), 3, 2);
   ASSERT_TRUE(stretched);
   for (size_t i = 0; i < stretched->pixels.size(); i += 4)
     EXPECT_EQ(stretched->pixels[i + 1], 20);
-
   EXPECT_FALSE(zv::detail::makeCanvas(0, 5));
-}
 
-TEST(Canvas, DrawingOverWhiteAndBackToAnImage) {
-  auto canvas = zv::detail::makeCanvas(1, 3);
+  // One black pixel drawn into the middle of a white column.
+  canvas = zv::detail::makeCanvas(1, 3);
   ASSERT_TRUE(canvas);
   zv::detail::fillCanvas(*canvas, 255, 255, 255, 255);
   zv::detail::drawImage(*canvas, makeImage(1, 1, {0, 0, 0, 255}), 0, 1, 1, 1);
-  auto image = zv::detail::imageFromCanvas(*canvas);
-  ASSERT_TRUE(image);
+  auto drawn = zv::detail::imageFromCanvas(*canvas);
+  ASSERT_TRUE(drawn);
   const std::vector<uint8_t> expected{255, 255, 255, 255, 0, 0, 0, 255, 255, 255, 255, 255};
-  EXPECT_TRUE(std::ranges::equal(image->rgba(), expected));
+  EXPECT_TRUE(std::ranges::equal(drawn->rgba(), expected));
 }
 
 } // namespace

@@ -14,14 +14,14 @@ using ::testing::IsEmpty;
 
 namespace {
 
-/// A handler that takes a reply of @p length bytes.
-ZVDataRouterBlock fixedReply(int64_t length, bool discardable = false) {
+/// A handler that takes a reply of @p length bytes and claims @p cost.
+ZVDataRouterBlock fixedReply(int64_t length, int64_t cost = -1, bool discardable = false) {
   ZVDataRouterBlock block;
   block.minDataLength = length;
-  block.handleBlock = [length, discardable](std::span<const uint8_t> buffer) {
+  block.handleBlock = [length, cost, discardable](std::span<const uint8_t> buffer) {
     auto model = std::make_shared<ZVCommonResolveModel>();
     model->rawData.assign(buffer.begin(), buffer.begin() + length);
-    model->cost = length;
+    model->cost = cost < 0 ? length : cost;
     model->isDiscardable = discardable;
     return model;
   };
@@ -67,71 +67,9 @@ TEST(DataRouterTest, ChoosesLatestHandlerOfLongestPrefixAndWaitsWhileTheWalkUses
   EXPECT_EQ(router.handle(bytes("ABX"))->minDataLength, 7);
 }
 
-TEST(DataRouterTest, EmptyPrefixHandlerIsNeverReported) {
-  RecordingResolver r;
-  r.add("", fixedReply(1));
-  r.feed("XY");
-  EXPECT_THAT(r.events, ElementsAre("fail:XY"));
-}
-
-TEST(CommonResolverTest, CutsRepliesThatArriveWholeSplitOrAfterUnexplainedBytes) {
-  RecordingResolver r;
-  r.add("ABC", fixedReply(4));
-
-  r.feed("ABCD");
-  EXPECT_THAT(r.events, ElementsAre("reply:ABCD"));
-
-  r.events.clear();
-  r.feed("AB");
-  r.feed("C");
-  EXPECT_THAT(r.events, IsEmpty());
-  EXPECT_EQ(r.resolver.cacheData(), bytes("ABC"));
-  r.feed("DAB");
-  EXPECT_THAT(r.events, ElementsAre("reply:ABCD"));
-  EXPECT_EQ(r.resolver.cacheData(), bytes("AB"));
-
-  r.events.clear();
-  r.resolver.readDeviceInput(bytes("CDXABCDABCD"));
-  EXPECT_THAT(r.events, ElementsAre("reply:ABCD", "fail:X", "reply:ABCD", "reply:ABCD"));
-  EXPECT_THAT(r.resolver.cacheData(), IsEmpty());
-}
-
-TEST(CommonResolverTest, UnexplainedBytesWaitForTheReplyThatFollowsThem) {
-  RecordingResolver r;
-  r.add("ABC", fixedReply(4));
-  // "AB" then "x" is no reply: its A and B join the run.
-  r.feed("xxABxyAB");
-  EXPECT_THAT(r.events, IsEmpty());
-  EXPECT_EQ(r.resolver.handleFailData(), bytes("xxABxy"));
-  EXPECT_EQ(r.resolver.cacheData(), bytes("AB"));
-  r.feed("CD");
-  EXPECT_THAT(r.events, ElementsAre("fail:xxABxy", "reply:ABCD"));
-}
-
-TEST(CommonResolverTest, ReportsGarbageAsOneRunWhenTheBufferEmpties) {
-  RecordingResolver r;
-  r.add("ABC", fixedReply(4));
-  std::string garbage(200000, 'A');
-  garbage += "ABxABZ";
-  r.feed(garbage);
-  ASSERT_EQ(r.events.size(), 1u);
-  EXPECT_EQ(r.events[0], "fail:" + garbage);
-  EXPECT_THAT(r.resolver.handleFailData(), IsEmpty());
-}
-
-TEST(CommonResolverTest, DiscardableRepliesAreConsumedSilently) {
-  RecordingResolver r;
-  r.add("AB", fixedReply(3, true));
-  r.add("CD", fixedReply(3));
-  r.feed("xABxCDy");
-  EXPECT_THAT(r.events, ElementsAre("fail:x", "reply:CDy"));
-}
-
-TEST(CommonResolverTest, HandlerThatCannotDecideKeepsTheBytes) {
-  RecordingResolver r;
-  ZVDataRouterBlock block;
-  block.minDataLength = 3;
-  // Replies end with '!'.
+/// Replies end with '!': undecided until it arrives.
+ZVDataRouterBlock untilBang() {
+  ZVDataRouterBlock block{.minDataLength = 3, .handleBlock = {}};
   block.handleBlock = [](std::span<const uint8_t> buffer) -> std::shared_ptr<ZVCommonResolveModel> {
     const auto end = std::find(buffer.begin(), buffer.end(), '!');
     if (end == buffer.end()) return nullptr;
@@ -140,31 +78,51 @@ TEST(CommonResolverTest, HandlerThatCannotDecideKeepsTheBytes) {
     model->cost = static_cast<int64_t>(model->rawData.size());
     return model;
   };
-  r.add("AB", std::move(block));
-  r.feed("ABxyz");
-  EXPECT_THAT(r.events, IsEmpty());
-  r.feed("w!AB");
-  EXPECT_THAT(r.events, ElementsAre("reply:ABxyzw!"));
-  EXPECT_EQ(r.resolver.cacheData(), bytes("AB"));
+  return block;
 }
 
-TEST(CommonResolverTest, CostIsKeptWithinTheBuffer) {
-  RecordingResolver r;
-  const auto withCost = [](int64_t cost) {
-    ZVDataRouterBlock block{.minDataLength = 2, .handleBlock = {}};
-    block.handleBlock = [cost](std::span<const uint8_t> buffer) {
-      auto model = std::make_shared<ZVCommonResolveModel>();
-      model->rawData.assign(buffer.begin(), buffer.begin() + 2);
-      model->cost = cost;
-      return model;
-    };
-    return block;
+TEST(CommonResolverTest, CutsRepliesAndUnexplainedRunsFromPieces) {
+  struct Case {
+    std::vector<std::pair<std::string, ZVDataRouterBlock>> handlers;
+    std::vector<std::string> pieces;
+    std::vector<std::string> events;
+    std::string left; ///< still buffered at the end
   };
-  r.add("Z", withCost(0)); // takes one byte instead of spinning
-  r.add("G", withCost(1000));
-  r.feed("ZZxGabc");
-  EXPECT_THAT(r.events, ElementsAre("reply:ZZ", "reply:Zx", "fail:x", "reply:Ga"));
-  EXPECT_THAT(r.resolver.cacheData(), IsEmpty());
+  const auto abc = [] { return std::vector{std::pair{std::string("ABC"), fixedReply(4)}}; };
+  const std::vector<Case> cases{
+      {abc(), {"ABCD"}, {"reply:ABCD"}, ""},
+      {abc(), {"AB", "C", "DAB"}, {"reply:ABCD"}, "AB"},
+      {abc(), {"AB", "CDXABCDABCD"}, {"reply:ABCD", "fail:X", "reply:ABCD", "reply:ABCD"}, ""},
+      // "AB" then "x" is no reply: its A and B join the run, which waits for
+      // the reply after it.
+      {abc(), {"xxABxyAB", "CD"}, {"fail:xxABxy", "reply:ABCD"}, ""},
+      {abc(),
+       {std::string(200000, 'A') + "ABxABZ"},
+       {"fail:" + std::string(200000, 'A') + "ABxABZ"},
+       ""},
+      // An empty prefix matches nothing.
+      {{{"", fixedReply(1)}}, {"XY"}, {"fail:XY"}, ""},
+      // Discardable replies are consumed silently.
+      {{{"AB", fixedReply(3, 3, true)}, {"CD", fixedReply(3)}},
+       {"xABxCDy"},
+       {"fail:x", "reply:CDy"},
+       ""},
+      // A cost of 0 takes one byte instead of spinning; a huge one stops at the end.
+      {{{"Z", fixedReply(2, 0)}, {"G", fixedReply(2, 1000)}},
+       {"ZZxGabc"},
+       {"reply:ZZ", "reply:Zx", "fail:x", "reply:Ga"},
+       ""},
+      // A handler that cannot decide yet keeps the bytes.
+      {{{"AB", untilBang()}}, {"ABxyz", "w!AB"}, {"reply:ABxyzw!"}, "AB"}};
+  for (const auto &c : cases) {
+    RecordingResolver r;
+    for (const auto &[prefix, block] : c.handlers)
+      r.add(prefix, block);
+    for (const auto &piece : c.pieces)
+      r.feed(piece);
+    EXPECT_EQ(r.events, c.events) << c.pieces[0].substr(0, 20);
+    EXPECT_EQ(r.resolver.cacheData(), bytes(c.left)) << c.pieces[0].substr(0, 20);
+  }
 }
 
 TEST(CommonResolverTest, CallbacksMayFeedTheResolverAgain) {
