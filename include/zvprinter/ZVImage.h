@@ -31,6 +31,9 @@ public:
   /// byte count does not match, or the scale is not a positive finite number.
   static std::optional<ZVImage> fromRGBA(uint32_t width, uint32_t height,
                                          std::span<const uint8_t> bytes, double scale = 1.0);
+  /// As above, taking ownership of @p bytes instead of copying them.
+  static std::optional<ZVImage> fromRGBA(uint32_t width, uint32_t height, ZVData &&bytes,
+                                         double scale = 1.0);
 
   /// Decodes a PNG or JPEG file (recognised by content, not by name).
   /// On failure returns std::nullopt and, when @p error is given, stores a

@@ -144,7 +144,7 @@ std::optional<ZVImage> imageFromCanvas(const Canvas &canvas, double scale) {
     }
     straight[i + 3] = a;
   }
-  return ZVImage::fromRGBA(canvas.width, canvas.height, straight, scale);
+  return ZVImage::fromRGBA(canvas.width, canvas.height, std::move(straight), scale);
 }
 
 } // namespace zv::detail

@@ -28,6 +28,14 @@ std::optional<ZVImage> ZVImage::fromRGBA(uint32_t width, uint32_t height,
   return ZVImage(width, height, ZVData(bytes.begin(), bytes.end()), scale);
 }
 
+std::optional<ZVImage> ZVImage::fromRGBA(uint32_t width, uint32_t height, ZVData &&bytes,
+                                         double scale) {
+  if (!zv::detail::sizeWithinCaps(width, height)) return std::nullopt;
+  if (bytes.size() != uint64_t{width} * height * 4) return std::nullopt;
+  if (!std::isfinite(scale) || scale <= 0) return std::nullopt;
+  return ZVImage(width, height, std::move(bytes), scale);
+}
+
 std::optional<ZVImage> ZVImage::fromEncoded(std::span<const uint8_t> bytes, std::string *error) {
   zv::detail::DecodeError reason;
   std::optional<zv::detail::DecodedPixels> pixels;

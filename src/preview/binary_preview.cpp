@@ -29,16 +29,15 @@ uint32_t otsuOverPointSize(const ZVData &gray, uint32_t width, uint32_t height) 
 // R, G and B become 255 or 0 and alpha stays as drawn. Un-premultiplied into
 // straight RGBA that is 255 or 0 again, except under alpha 0 where colour
 // reads 0, as the canvas conversion gives; so it is written out directly.
-// Every byte of the result is written: it is allocated without clearing.
-std::unique_ptr<uint8_t[]> thresholded(std::span<const uint8_t> drawn, uint32_t threshold) {
+ZVData thresholded(std::span<const uint8_t> drawn, uint32_t threshold) {
   // White when (s / 3.0) / 255.0 > t / 255.0 for the channel sum s; the
   // table holds that double-precision decision for every possible sum.
   std::array<uint8_t, 766> level{};
   for (size_t s = 0; s < level.size(); ++s)
     level[s] = (static_cast<double>(s) / 3.0) / 255.0 > threshold / 255.0 ? 255 : 0;
-  auto rgba = std::make_unique_for_overwrite<uint8_t[]>(drawn.size());
+  ZVData rgba(drawn.size());
   const uint8_t *px = drawn.data();
-  uint8_t *out = rgba.get();
+  uint8_t *out = rgba.data();
   for (size_t i = 0; i < drawn.size(); i += 4) {
     const uint8_t alpha = px[i + 3];
     const uint8_t value = alpha == 0 ? 0 : level[px[i] + px[i + 1] + px[i + 2]];
@@ -61,6 +60,5 @@ std::optional<ZVImage> ZVImagePreviewManager::binaryPreviewWithImage(const ZVIma
       bitmapSized ? zv::detail::previewGray(drawn->bytes()) : graylevel256Datas(image);
   if (gray.empty()) return std::nullopt;
   const uint32_t threshold = otsuOverPointSize(gray, size.width, size.height);
-  const auto rgba = thresholded(drawn->bytes(), threshold);
-  return ZVImage::fromRGBA(size.width, size.height, {rgba.get(), drawn->bytes().size()});
+  return ZVImage::fromRGBA(size.width, size.height, thresholded(drawn->bytes(), threshold));
 }

@@ -96,9 +96,8 @@ std::optional<ZVImage> ZVImagePreviewManager::ditheringPreviewWithImage(const ZV
   const auto drawn = zv::detail::DrawnPixels::draw(image, size.width, size.height);
   if (!drawn) return std::nullopt;
   std::vector<uint32_t> work = packedPixels(drawn->bytes());
-  // Every output byte is written: allocated without clearing.
   const size_t bytes = drawn->bytes().size();
-  auto rgba = std::make_unique_for_overwrite<uint8_t[]>(bytes);
-  diffuse(work, size.width, size.height, rgba.get());
-  return ZVImage::fromRGBA(size.width, size.height, {rgba.get(), bytes});
+  ZVData rgba(bytes);
+  diffuse(work, size.width, size.height, rgba.data());
+  return ZVImage::fromRGBA(size.width, size.height, std::move(rgba));
 }

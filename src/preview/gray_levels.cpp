@@ -38,5 +38,6 @@ std::optional<ZVImage> ZVImagePreviewManager::imageWithGraylevel256Data(const ZV
     out[3] = 255;
     out += 4;
   }
-  return ZVImage::fromRGBA(static_cast<uint32_t>(width), static_cast<uint32_t>(height), rgba);
+  return ZVImage::fromRGBA(static_cast<uint32_t>(width), static_cast<uint32_t>(height),
+                           std::move(rgba));
 }

@@ -18,8 +18,10 @@ ZVImage makeImage(uint32_t w, uint32_t h, std::initializer_list<uint8_t> rgba, d
 
 TEST(ZVImage, FromRGBARejectsMismatchedOrEmptyInput) {
   const std::vector<uint8_t> four(4, 0);
-  EXPECT_FALSE(ZVImage::fromRGBA(0, 1, {}));
+  EXPECT_FALSE(ZVImage::fromRGBA(0, 1, std::span<const uint8_t>{}));
   EXPECT_FALSE(ZVImage::fromRGBA(2, 1, four));
+  EXPECT_FALSE(ZVImage::fromRGBA(2, 1, std::vector<uint8_t>(4)));
+  EXPECT_TRUE(ZVImage::fromRGBA(1, 1, std::vector<uint8_t>(4)));
   EXPECT_FALSE(ZVImage::fromRGBA(1, 1, four, 0.0));
   EXPECT_DOUBLE_EQ(ZVImage::fromRGBA(4, 2, std::vector<uint8_t>(32), 2.0)->size().height, 1.0);
 }
