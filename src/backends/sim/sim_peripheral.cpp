@@ -287,6 +287,10 @@ void SimPeripheral::inject(std::string uuid, ZVData value, std::optional<ZVError
     for (const auto &service : p.discovered_) {
       for (const auto &characteristic : service->characteristics()) {
         if (characteristic->uuid() != uuid) continue;
+        // An injected grant is one the host may spend.
+        if (uuid == gatt::kIvtFlowControl && !error && value.size() >= 2 && value[0] == 0x01) {
+          p.printerState().hostCredits += value[1];
+        }
         characteristic->setValue(value);
         auto me = p.self();
         p.callDelegate([&](auto &d) { d.didUpdateValue(me, characteristic, error); });
