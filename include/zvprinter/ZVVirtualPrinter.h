@@ -67,7 +67,7 @@ struct ZVVirtualPrinterConfig {
   bool ivtAnnounceChunkSizeFirst = true;
 
   /// Link model: one connection event every connectionInterval seconds,
-  /// each carrying at most packetsPerInterval packets in either direction;
+  /// each carrying at most packetsPerInterval packets in each direction;
   /// a write longer than attPayloadLimit bytes is refused.
   double connectionInterval = 0.0075;
   uint32_t packetsPerInterval = 4;
