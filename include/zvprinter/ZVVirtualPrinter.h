@@ -114,7 +114,7 @@ struct ZVVirtualPrinterFaults {
   uint64_t firmwareSilences = 0;
   /// The printer is out of paper: nothing prints, the status says so.
   bool paperOut = false;
-  /// connect() fails at once with an error.
+  /// connect() fails with an error, after connectDelay.
   bool refuseConnection = false;
   /// connect() never completes.
   bool ignoreConnection = false;
