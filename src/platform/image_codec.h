@@ -1,7 +1,11 @@
 #pragma once
 
 // PNG and JPEG decoding and PNG encoding. Decoders check the size in the
-// header against ZVImage's caps before allocating the pixels.
+// header against ZVImage's caps, and against what the file could hold at
+// best (deflate's 1032:1, one bit per JPEG block), before allocating the
+// pixels. PNG samples are taken as they are stored (16 bits scaled to 8, no
+// gamma or colour profile applied). JPEGs cut short are refused even when
+// they end with an EOI marker; arithmetic-coded JPEGs are refused.
 
 #include <zvprinter/ZVTypes.h>
 

@@ -25,10 +25,39 @@ struct JpegErrorManager {
   std::longjmp(errors->jump, 1);
 }
 
-// A file that ends early decodes as gray padding with only a warning; we
-// refuse it instead of printing half a picture.
+// A file that ends early decodes as gray padding with only a warning: either
+// the bytes run out (JWRN_JPEG_EOF) or a marker, usually EOI, comes before a
+// scan's data is complete (JWRN_HIT_MARKER). We refuse both instead of
+// printing half a picture.
 void onMessage(j_common_ptr info, int level) {
-  if (level < 0 && info->err->msg_code == JWRN_JPEG_EOF) failWith(info);
+  const int code = info->err->msg_code;
+  if (level < 0 && (code == JWRN_JPEG_EOF || code == JWRN_HIT_MARKER)) failWith(info);
+}
+
+// Every block of every component costs at least one bit of Huffman code (its
+// DC difference) in the first scan that covers it, so a file with fewer bits
+// than blocks cannot hold the picture its header claims.
+bool tooSmallForBlocks(const jpeg_decompress_struct &info, size_t fileBytes) {
+  uint64_t blocks = 0;
+  for (int c = 0; c < info.num_components; ++c)
+    blocks += uint64_t{info.comp_info[c].width_in_blocks} * info.comp_info[c].height_in_blocks;
+  return blocks > uint64_t{fileBytes} * 8;
+}
+
+std::string sizeText(const jpeg_decompress_struct &info) {
+  return std::to_string(info.image_width) + " x " + std::to_string(info.image_height) + " pixels";
+}
+
+// A progressive file that ends (with EOI) between scans decodes without a
+// warning, leaving the coefficients of the missing scans zero: a flat gray
+// component or a blurred picture. Every coefficient must have had a scan;
+// only refinement scans may be absent.
+bool missingScans(const jpeg_decompress_struct &info) {
+  if (!info.progressive_mode || info.coef_bits == nullptr) return false;
+  for (int c = 0; c < info.num_components; ++c)
+    for (int k = 0; k < DCTSIZE2; ++k)
+      if (info.coef_bits[c][k] < 0) return true;
+  return false;
 }
 
 } // namespace
@@ -62,12 +91,29 @@ std::optional<DecodedPixels> decodeJPEG(std::span<const uint8_t> bytes, DecodeEr
   }
   if (!sizeWithinCaps(info.image_width, info.image_height)) {
     jpeg_destroy_decompress(&info);
-    error = "JPEG of " + std::to_string(info.image_width) + " x " +
-            std::to_string(info.image_height) + " pixels exceeds the size limit";
+    error = "JPEG of " + sizeText(info) + " exceeds the size limit";
+    return std::nullopt;
+  }
+  // Arithmetic coding can code a flat block in a tiny fraction of a bit and
+  // pads a scan cut short by a marker without any warning, so neither the
+  // size of such a file nor its completeness can be checked.
+  if (info.arith_code) {
+    jpeg_destroy_decompress(&info);
+    error = "unsupported JPEG coding (arithmetic)";
+    return std::nullopt;
+  }
+  if (tooSmallForBlocks(info, bytes.size())) {
+    jpeg_destroy_decompress(&info);
+    error = "JPEG of " + sizeText(info) + " is too small to hold them (truncated or forged header)";
     return std::nullopt;
   }
   info.out_color_space = JCS_EXT_RGBA;
   jpeg_start_decompress(&info);
+  if (missingScans(info)) {
+    jpeg_destroy_decompress(&info);
+    error = "invalid JPEG: a component has no scan (truncated file)";
+    return std::nullopt;
+  }
   out.width = info.output_width;
   out.height = info.output_height;
   const size_t stride = size_t{out.width} * 4;
