@@ -11,6 +11,10 @@ namespace zv::detail {
 
 namespace {
 
+// Rows are handed on in bands of this many, so the receiver's thread wakes
+// a few hundred times per image rather than once per row.
+constexpr uint32_t kRowsPerBand = 16;
+
 struct JpegErrorManager {
   jpeg_error_mgr base{};
   std::jmp_buf jump{};
@@ -68,8 +72,7 @@ bool looksLikeJPEG(std::span<const uint8_t> bytes) {
 
 // Everything with a destructor lives outside the setjmp frame: the jump
 // only skips plain locals of this function.
-std::optional<DecodedPixels> decodeJPEG(std::span<const uint8_t> bytes, DecodeError &error) {
-  DecodedPixels out;
+bool decodeJPEG(std::span<const uint8_t> bytes, PixelReceiver &receiver, DecodeError &error) {
   JpegErrorManager errors;
   jpeg_decompress_struct info{};
   info.err = jpeg_std_error(&errors.base);
@@ -79,7 +82,7 @@ std::optional<DecodedPixels> decodeJPEG(std::span<const uint8_t> bytes, DecodeEr
   if (setjmp(errors.jump)) {
     jpeg_destroy_decompress(&info);
     error = "invalid JPEG: " + errors.message;
-    return std::nullopt;
+    return false;
   }
   jpeg_create_decompress(&info);
   jpeg_mem_src(&info, bytes.data(), static_cast<unsigned long>(bytes.size()));
@@ -87,12 +90,12 @@ std::optional<DecodedPixels> decodeJPEG(std::span<const uint8_t> bytes, DecodeEr
   if (info.jpeg_color_space == JCS_CMYK || info.jpeg_color_space == JCS_YCCK) {
     jpeg_destroy_decompress(&info);
     error = "unsupported JPEG colour space (CMYK)";
-    return std::nullopt;
+    return false;
   }
   if (!sizeWithinCaps(info.image_width, info.image_height)) {
     jpeg_destroy_decompress(&info);
     error = "JPEG of " + sizeText(info) + " exceeds the size limit";
-    return std::nullopt;
+    return false;
   }
   // Arithmetic coding can code a flat block in a tiny fraction of a bit and
   // pads a scan cut short by a marker without any warning, so neither the
@@ -100,31 +103,37 @@ std::optional<DecodedPixels> decodeJPEG(std::span<const uint8_t> bytes, DecodeEr
   if (info.arith_code) {
     jpeg_destroy_decompress(&info);
     error = "unsupported JPEG coding (arithmetic)";
-    return std::nullopt;
+    return false;
   }
   if (tooSmallForBlocks(info, bytes.size())) {
     jpeg_destroy_decompress(&info);
     error = "JPEG of " + sizeText(info) + " is too small to hold them (truncated or forged header)";
-    return std::nullopt;
+    return false;
   }
   info.out_color_space = JCS_EXT_RGBA;
   jpeg_start_decompress(&info);
   if (missingScans(info)) {
     jpeg_destroy_decompress(&info);
     error = "invalid JPEG: a component has no scan (truncated file)";
-    return std::nullopt;
+    return false;
   }
-  out.width = info.output_width;
-  out.height = info.output_height;
-  const size_t stride = size_t{out.width} * 4;
-  out.rgba.resize(stride * out.height);
-  while (info.output_scanline < info.output_height) {
-    JSAMPROW row = out.rgba.data() + stride * info.output_scanline;
+  const uint32_t height = info.output_height;
+  const size_t stride = size_t{info.output_width} * 4;
+  uint8_t *pixels = receiver.begin(info.output_width, height, true);
+  if (pixels == nullptr) {
+    jpeg_destroy_decompress(&info);
+    error = "not enough memory for the JPEG's pixels";
+    return false;
+  }
+  while (info.output_scanline < height) {
+    JSAMPROW row = pixels + stride * info.output_scanline;
     jpeg_read_scanlines(&info, &row, 1);
+    if (info.output_scanline % kRowsPerBand == 0) receiver.rowsDone(info.output_scanline);
   }
+  receiver.rowsDone(height);
   jpeg_finish_decompress(&info);
   jpeg_destroy_decompress(&info);
-  return out;
+  return true;
 }
 
 } // namespace zv::detail

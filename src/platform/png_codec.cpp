@@ -71,10 +71,33 @@ uint64_t storedImageBytes(png_structp png, png_infop info) {
   return png_get_image_height(png, info) * (rowBytes + 1);
 }
 
+// Rows are handed on in bands of this many, so the receiver's thread wakes
+// a few hundred times per image rather than once per row.
+constexpr uint32_t kRowsPerBand = 16;
+
+// An interlaced image's rows are final only after the last pass.
+void readRows(png_structp png, uint8_t *pixels, uint32_t width, uint32_t height, bool interlaced,
+              PixelReceiver &receiver, std::vector<png_bytep> &rows) {
+  const size_t stride = size_t{width} * 4;
+  if (interlaced) {
+    rows.resize(height);
+    for (uint32_t y = 0; y < height; ++y)
+      rows[y] = pixels + stride * y;
+    png_read_image(png, rows.data());
+    receiver.rowsDone(height);
+    return;
+  }
+  for (uint32_t y = 0; y < height; ++y) {
+    png_read_row(png, pixels + stride * y, nullptr);
+    if ((y + 1) % kRowsPerBand == 0) receiver.rowsDone(y + 1);
+  }
+  receiver.rowsDone(height);
+}
+
 // The jump skips only this function's plain locals; everything with a
 // destructor lives in the caller.
-bool decodeInto(png_structp png, png_infop info, DecodedPixels &out, std::vector<png_bytep> &rows,
-                DecodeError &error) {
+bool decodeRows(png_structp png, png_infop info, PixelReceiver &receiver,
+                std::vector<png_bytep> &rows, DecodeError &error) {
   auto *input = static_cast<PngInput *>(png_get_error_ptr(png));
   if (setjmp(png_jmpbuf(png))) {
     error = "invalid PNG: " + input->message;
@@ -95,14 +118,16 @@ bool decodeInto(png_structp png, png_infop info, DecodedPixels &out, std::vector
             " pixels is too small to hold them (truncated or forged header)";
     return false;
   }
+  const bool opaque = !(png_get_color_type(png, info) & PNG_COLOR_MASK_ALPHA) &&
+                      !png_get_valid(png, info, PNG_INFO_tRNS);
+  const bool interlaced = png_get_interlace_type(png, info) != PNG_INTERLACE_NONE;
   requestRGBA(png, info);
-  out.width = width;
-  out.height = height;
-  out.rgba.resize(size_t{width} * height * 4);
-  rows.resize(height);
-  for (uint32_t y = 0; y < height; ++y)
-    rows[y] = out.rgba.data() + size_t{y} * width * 4;
-  png_read_image(png, rows.data());
+  uint8_t *pixels = receiver.begin(width, height, opaque);
+  if (pixels == nullptr) {
+    error = "not enough memory for the PNG's pixels";
+    return false;
+  }
+  readRows(png, pixels, width, height, interlaced, receiver, rows);
   png_read_end(png, nullptr);
   return true;
 }
@@ -114,22 +139,20 @@ bool looksLikePNG(std::span<const uint8_t> bytes) {
          std::memcmp(bytes.data(), kPngSignature, sizeof kPngSignature) == 0;
 }
 
-std::optional<DecodedPixels> decodePNG(std::span<const uint8_t> bytes, DecodeError &error) {
+bool decodePNG(std::span<const uint8_t> bytes, PixelReceiver &receiver, DecodeError &error) {
   PngInput input{bytes, 0, {}};
   png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &input, failWith, ignoreWarning);
   png_infop info = png ? png_create_info_struct(png) : nullptr;
   if (!info) {
     png_destroy_read_struct(&png, nullptr, nullptr);
     error = "out of memory for the PNG decoder";
-    return std::nullopt;
+    return false;
   }
   png_set_read_fn(png, &input, readFromMemory);
-  DecodedPixels out;
   std::vector<png_bytep> rows;
-  const bool decoded = decodeInto(png, info, out, rows, error);
+  const bool decoded = decodeRows(png, info, receiver, rows, error);
   png_destroy_read_struct(&png, &info, nullptr);
-  if (!decoded) return std::nullopt;
-  return out;
+  return decoded;
 }
 
 ZVData encodePNG(uint32_t width, uint32_t height, std::span<const uint8_t> rgba) {
