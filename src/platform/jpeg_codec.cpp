@@ -114,7 +114,7 @@ bool decodeJPEG(std::span<const uint8_t> bytes, PixelReceiver &receiver, DecodeE
   jpeg_start_decompress(&info);
   if (missingScans(info)) {
     jpeg_destroy_decompress(&info);
-    error = "invalid JPEG: a component has no scan (truncated file)";
+    error = "invalid JPEG: scans are missing (truncated file)";
     return false;
   }
   const uint32_t height = info.output_height;
