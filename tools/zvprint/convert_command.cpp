@@ -4,6 +4,7 @@
 
 #include <zvprinter/ZVBitmapManager.h>
 
+#include <cmath>
 #include <memory>
 
 namespace zvprint {
@@ -19,12 +20,34 @@ struct ConvertOptions {
   bool watermark = false;
 };
 
+// Frame headers carry the row width in bytes and the row count in 16 bits
+// each; a larger raster would get headers that lie about it.
+constexpr uint64_t kMaxFrameField = 0xFFFF;
+
+// The raster the conversion will make: the image at its pixel size, or with
+// the white band the image drawn at its size in points below a band of 16
+// (narrower than 500 points) or 24 rows.
+void checkFramable(const ZVImage &image, bool watermark) {
+  uint64_t width = image.pixelWidth();
+  uint64_t rows = image.pixelHeight();
+  if (watermark) {
+    const ZVSize points = image.size();
+    width = static_cast<uint64_t>(std::ceil(points.width));
+    rows = static_cast<uint64_t>(std::ceil(points.height)) + (points.width < 500 ? 16 : 24);
+  }
+  if ((width + 7) / 8 > kMaxFrameField || rows > kMaxFrameField)
+    fail("the image makes a raster of " + std::to_string(width) + " x " + std::to_string(rows) +
+         " dots; framed print data holds at most 65535 rows of at most 524280 dots: cut the " +
+         "image into parts, or leave out --package");
+}
+
 void runConvert(const ConvertOptions &options) {
   if (options.mode < 0 || options.mode > 2)
     fail("--mode must be 0, 1, 2, threshold, dither or cluster");
   if (options.compress != 48 && options.compress != 0)
     fail("--compress must be 48 (LZO1X) or 0 (raw raster)");
   const ZVImage image = loadImage(options.image);
+  if (options.package) checkFramable(image, options.watermark);
   const auto data = ZVBitmapManager::generateGenralDataWithImage(
       image, options.watermark, options.mode, options.compress, options.package);
   if (!data) fail("cannot draw " + options.image);

@@ -16,7 +16,7 @@ ZVData textReply(std::string_view text) {
 } // namespace
 
 PrinterEngine::PrinterEngine(const ZVVirtualPrinterConfig &config)
-    : paper_(config.paperCapacityBytes, config.headWidthDots),
+    : paper_(config.paperCapacityBytes, config.headWidthDots, config.paperLengthRows),
       settings_(config.modelName, config.firmwareVersion, config.serialNumber) {}
 
 void PrinterEngine::note(std::string line) {
