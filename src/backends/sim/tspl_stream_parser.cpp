@@ -66,7 +66,9 @@ PrinterStreamParser::Step PrinterStreamParser::parseTspl(std::span<const uint8_t
       static_cast<size_t>(keywordScan_.next(in, at, at, at + lineLength) - at);
   if (keywordEnd < lineLength && line[keywordEnd] != ' ') return {Outcome::Garbage};
   const std::string_view keyword = line.substr(0, keywordEnd);
-  const size_t consumed = std::min(newline + 1, in.size());
+  // The line and its LF; a line with no end in sight is cut at the window,
+  // however the stream was split.
+  const size_t consumed = newline == windowSize ? windowSize : newline + 1;
   if (newline == windowSize && !atEnd) {
     error(out, "TSPL line longer than " + std::to_string(kMaxTsplLine) + " bytes skipped");
     return {Outcome::Consumed, consumed};
