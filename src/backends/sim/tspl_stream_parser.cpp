@@ -45,7 +45,7 @@ PrinterStreamParser::Step PrinterStreamParser::parseTspl(std::span<const uint8_t
   const size_t windowSize = std::min(in.size(), kMaxTsplLine);
   const uint64_t at = base_ + pos_;
   const size_t stop = static_cast<size_t>(controlScan_.next(in, at, at, at + windowSize) - at);
-  size_t lineLength = stop;
+  const size_t lineLength = stop;
   size_t newline = windowSize; // windowSize: no line end within the window
   if (stop < windowSize) {
     const uint8_t control = in[stop];
