@@ -39,11 +39,25 @@ ZVImage loadImage(const std::string &path) {
   return std::move(*image);
 }
 
-ZVData readFile(const std::string &path) {
-  std::ifstream file = openInput(path, "file");
+ZVData readFile(const std::string &path, const std::string &what) {
+  // Far more than any image or print job; stops a huge file from being read
+  // into memory whole.
+  constexpr std::streamoff kMaxFileBytes = std::streamoff{1} << 30;
+  std::ifstream file = openInput(path, what);
+  file.seekg(0, std::ios::end);
+  const std::streamoff size = file.tellg();
+  if (size > kMaxFileBytes) fail("cannot read " + path + ": larger than 1 GiB");
   errno = 0;
-  ZVData bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (file.bad()) fail("cannot read " + path + ": " + systemReason(errno != 0 ? errno : EIO));
+  if (size < 0) { // not seekable (a pipe): read to the end
+    file.clear();
+    ZVData bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    if (file.bad()) fail("cannot read " + path + ": " + systemReason(errno != 0 ? errno : EIO));
+    return bytes;
+  }
+  ZVData bytes(static_cast<size_t>(size));
+  file.seekg(0);
+  if (!file.read(reinterpret_cast<char *>(bytes.data()), size))
+    fail("cannot read " + path + ": " + systemReason(errno != 0 ? errno : EIO));
   return bytes;
 }
 

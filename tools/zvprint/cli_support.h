@@ -30,8 +30,9 @@ struct CommandFailure : std::runtime_error {
 /// Decodes an image file or fails with the reason (the OS's when the file
 /// cannot be opened, else the decoder's).
 ZVImage loadImage(const std::string &path);
-/// Reads a whole file or fails with the OS's reason.
-ZVData readFile(const std::string &path);
+/// Reads a whole file (at most 1 GiB) or fails with the OS's reason;
+/// @p what names the file in the message ("cannot open image x.png: ...").
+ZVData readFile(const std::string &path, const std::string &what = "file");
 
 /// A CLI11 validator and transform for print modes: 0, 1, 2 or the words
 /// threshold, dither, cluster (mapped to 0, 1, 2).
