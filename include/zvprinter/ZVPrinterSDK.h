@@ -25,6 +25,7 @@
 #include <zvprinter/ZVPackProtocol.h>
 #include <zvprinter/ZVPacker.h>
 #include <zvprinter/ZVPlatform.h>
+#include <zvprinter/ZVPrintImage.h>
 #include <zvprinter/ZVPrinterC.h>
 #include <zvprinter/ZVRunLoop.h>
 #include <zvprinter/ZVSerialQueue.h>
