@@ -216,7 +216,8 @@ private:
   int64_t ivtMaxCredit_ = 0;
   int64_t MTU_ = 0;
   int64_t credit_ = 0;
-  ZVData totalData_;
+  ZVData totalData_; // bytes before sendHead_ are written already
+  size_t sendHead_ = 0;
   int64_t totalCount_ = 0;
 
   // Main queue only.
