@@ -74,7 +74,9 @@ public:
   /// Stores @p block as receiveDataBlock().
   void receiveBluetoothDataBlock(ReceiveDataBlock block) { setReceiveDataBlock(std::move(block)); }
   /// Stores @p block as autoTarvoStateBlock().
-  void autoTarvoDeviceStateBlock(TarvoStateBlock block) { setAutoTarvoStateBlock(std::move(block)); }
+  void autoTarvoDeviceStateBlock(TarvoStateBlock block) {
+    setAutoTarvoStateBlock(std::move(block));
+  }
   /// Stores @p block as printImageCompleteBlock().
   void imagePrintCompleteBlock(PrintCompleteBlock block) {
     setPrintImageCompleteBlock(std::move(block));

@@ -56,20 +56,20 @@ struct ZVJobConnectOptions {
 
 /// Why a job failed. Every failure comes with a one-line reason as well.
 enum class ZVJobFailure {
-  None,              ///< the job succeeded
-  InvalidJob,        ///< nothing to send (empty data, unreadable image, no firmware frames)
-  BluetoothOff,      ///< Bluetooth is off or unavailable
-  NotFound,          ///< no matching printer was found
-  ConnectFailed,     ///< every connection attempt failed
-  StatusUnanswered,  ///< the printer did not answer the status query
-  Busy,              ///< the printer is printing another job
-  PaperOut,          ///< out of paper, before or during the job
-  WriteRefused,      ///< the printer's module refused a write
-  LinkLost,          ///< the link closed (also: Bluetooth switched off)
-  Stalled,           ///< no data moved for the stall interval
-  NeverConfirmed,    ///< all data sent, but the printer never said it printed
-  FirmwareRejected,  ///< a firmware frame was refused or unanswered too often
-  Cancelled,         ///< cancel() was called
+  None,             ///< the job succeeded
+  InvalidJob,       ///< nothing to send (empty data, unreadable image, no firmware frames)
+  BluetoothOff,     ///< Bluetooth is off or unavailable
+  NotFound,         ///< no matching printer was found
+  ConnectFailed,    ///< every connection attempt failed
+  StatusUnanswered, ///< the printer did not answer the status query
+  Busy,             ///< the printer is printing another job
+  PaperOut,         ///< out of paper, before or during the job
+  WriteRefused,     ///< the printer's module refused a write
+  LinkLost,         ///< the link closed (also: Bluetooth switched off)
+  Stalled,          ///< no data moved for the stall interval
+  NeverConfirmed,   ///< all data sent, but the printer never said it printed
+  FirmwareRejected, ///< a firmware frame was refused or unanswered too often
+  Cancelled,        ///< cancel() was called
 };
 
 /// A short lower-case name of @p failure ("link-lost", ...) for scripts.

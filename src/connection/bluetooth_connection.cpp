@@ -6,7 +6,6 @@
 #include <zvprinter/ZVDataDispatcher.h>
 #include <zvprinter/ZVPeripheralManager.h>
 
-
 namespace {
 
 constexpr double kConnectTimeout = 4.0;

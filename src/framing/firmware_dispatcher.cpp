@@ -19,9 +19,8 @@ bool isConnected() {
 
 void ZVFirmwareDispatcher::start() {
   const bool sendable =
-      !slices_.empty() && std::none_of(slices_.begin(), slices_.end(), [](const auto &slice) {
-        return slice.data.empty();
-      });
+      !slices_.empty() && std::none_of(slices_.begin(), slices_.end(),
+                                       [](const auto &slice) { return slice.data.empty(); });
   if (!sendable) {
     // No frame could ever be acknowledged: say so once, never stall.
     auto self = weak_from_this().lock();

@@ -12,8 +12,8 @@ constexpr double kRunLimit = 1e9;
 
 } // namespace
 
-JobRun::JobRun(ZVPrinterTarget target, ZVJobConnectOptions options,
-               ZVJobProgressHandler progress, ZVJobCompletion completion)
+JobRun::JobRun(ZVPrinterTarget target, ZVJobConnectOptions options, ZVJobProgressHandler progress,
+               ZVJobCompletion completion)
     : progress_(std::move(progress)), completion_(std::move(completion)),
       session_(std::make_shared<PrinterSession>(std::move(target), options, progress_)) {}
 
@@ -23,10 +23,12 @@ void JobRun::begin() {
   self_ = shared_from_this();
   startedAt_ = ZVRunLoop::main().now();
   if (auto invalid = invalidInput()) return fail(std::move(*invalid));
-  session_->setEvents({.lost = [weak = weak_from_this()](JobFailure failure) {
+  PrinterSession::Events events;
+  events.lost = [weak = weak_from_this()](JobFailure failure) {
     auto self = weak.lock();
     if (self && !self->ended_) self->linkLost(std::move(failure));
-  }});
+  };
+  session_->setEvents(std::move(events));
   session_->open([weak = weak_from_this()](std::optional<JobFailure> failure) {
     auto self = weak.lock();
     if (!self || self->ended_) return;

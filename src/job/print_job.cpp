@@ -27,8 +27,8 @@ void ZVPrintJob::setProgressHandler(ZVJobProgressHandler handler) {
 }
 
 void ZVPrintJob::start(ZVJobCompletion completion) {
-  auto run = std::make_shared<zv::detail::PrintRun>(data_, options_, progress_,
-                                                     std::move(completion));
+  auto run =
+      std::make_shared<zv::detail::PrintRun>(data_, options_, progress_, std::move(completion));
   {
     std::lock_guard lock(mutex_);
     run_ = run;

@@ -34,19 +34,21 @@ std::optional<JobFailure> PrintRun::invalidInput() const {
 }
 
 void PrintRun::connected() {
-  session().setEvents({
-      .status = [this](int64_t status) { statusArrived(status); },
-      .printed = [this] { printed(); },
-      .lost = [this](JobFailure failure) { linkLost(std::move(failure)); },
-  });
+  PrinterSession::Events events;
+  events.status = [this](int64_t status) { statusArrived(status); };
+  events.printed = [this] { printed(); };
+  events.lost = [this](JobFailure failure) { linkLost(std::move(failure)); };
+  session().setEvents(std::move(events));
   if (!options_.checkStatus) return send();
   step_ = Step::CheckingStatus;
   report(ZVJobPhase::CheckingStatus);
   askStatus([this](std::optional<int64_t> status) {
     if (!status)
       return fail(ZVJobFailure::StatusUnanswered, "the printer did not answer the status query "
-                                                  "within " + seconds(options_.statusTimeout));
-    if (*status & kStatusPaperOut) return fail(ZVJobFailure::PaperOut, "the printer is out of paper");
+                                                  "within " +
+                                                      seconds(options_.statusTimeout));
+    if (*status & kStatusPaperOut)
+      return fail(ZVJobFailure::PaperOut, "the printer is out of paper");
     if (*status & kStatusPrinting)
       return fail(ZVJobFailure::Busy, "the printer is busy printing another job");
     send();
@@ -106,8 +108,8 @@ void PrintRun::progressed(const ZVProgress &progress) {
   // The link counts bytes still queued before this job twice; those come first.
   const int64_t size = static_cast<int64_t>(data_.size());
   const int64_t ahead = std::max<int64_t>(progress.totalUnitCount - size, 0);
-  const auto sent = static_cast<uint64_t>(std::clamp<int64_t>(
-      progress.completedUnitCount - ahead, 0, size));
+  const auto sent =
+      static_cast<uint64_t>(std::clamp<int64_t>(progress.completedUnitCount - ahead, 0, size));
   if (sent > result_.bytesSent) lastMovement_ = ZVRunLoop::main().now();
   result_.bytesSent = std::max(result_.bytesSent, sent);
   report(ZVJobPhase::Sending, result_.bytesSent, data_.size());
@@ -118,8 +120,8 @@ void PrintRun::allWritten() {
   step_ = Step::Confirming;
   result_.bytesSent = data_.size();
   report(ZVJobPhase::AwaitingConfirmation, result_.bytesSent, data_.size());
-  const double deadline =
-      options_.confirmTimeout + double(data_.size()) / std::max(options_.confirmBytesPerSecond, 1.0);
+  const double deadline = options_.confirmTimeout +
+                          double(data_.size()) / std::max(options_.confirmBytesPerSecond, 1.0);
   stepTimer_ = after(deadline, [this] { confirmationOverdue(); });
 }
 
@@ -142,14 +144,14 @@ void PrintRun::printed() {
 
 void PrintRun::confirmationOverdue() {
   step_ = Step::Expired;
-  const double deadline =
-      options_.confirmTimeout + double(data_.size()) / std::max(options_.confirmBytesPerSecond, 1.0);
+  const double deadline = options_.confirmTimeout +
+                          double(data_.size()) / std::max(options_.confirmBytesPerSecond, 1.0);
   askStatus([this, deadline](std::optional<int64_t> status) {
     if (status && (*status & kStatusPaperOut))
       return fail(ZVJobFailure::PaperOut, "paper ran out during the job");
-    fail(ZVJobFailure::NeverConfirmed,
-         "the printer did not confirm the print within " + seconds(deadline) +
-             " of receiving all " + std::to_string(data_.size()) + " bytes");
+    fail(ZVJobFailure::NeverConfirmed, "the printer did not confirm the print within " +
+                                           seconds(deadline) + " of receiving all " +
+                                           std::to_string(data_.size()) + " bytes");
   });
 }
 
@@ -157,8 +159,8 @@ void PrintRun::watchStall() {
   stepTimer_ = after(kStallCheckInterval, [this] {
     if (step_ != Step::Sending) return;
     if (ZVRunLoop::main().now() - lastMovement_ >= options_.stallTimeout) {
-      return fail(ZVJobFailure::Stalled, "no data moved for " + seconds(options_.stallTimeout) +
-                                             " (" + sentSoFar() + ")");
+      return fail(ZVJobFailure::Stalled,
+                  "no data moved for " + seconds(options_.stallTimeout) + " (" + sentSoFar() + ")");
     }
     watchStall();
   });
@@ -168,13 +170,13 @@ void PrintRun::linkLost(JobFailure failure) {
   // The printer has already said it printed; only the follow-up status
   // query is lost with the link.
   if (step_ == Step::FinalCheck) return succeed();
-  if (step_ == Step::Sending || step_ == Step::Confirming) failure.reason += " (" + sentSoFar() + ")";
+  if (step_ == Step::Sending || step_ == Step::Confirming)
+    failure.reason += " (" + sentSoFar() + ")";
   fail(std::move(failure));
 }
 
 std::string PrintRun::sentSoFar() const {
-  return std::to_string(result_.bytesSent) + " of " + std::to_string(data_.size()) +
-         " bytes sent";
+  return std::to_string(result_.bytesSent) + " of " + std::to_string(data_.size()) + " bytes sent";
 }
 
 void PrintRun::tidyUp() {

@@ -166,7 +166,8 @@ void PrinterSession::chooseTarget() {
   }
   if (target_.kind == ZVPrinterTarget::Kind::Record) {
     if (!target_.record || !target_.record->peripheral)
-      return finishOpening(JobFailure{ZVJobFailure::NotFound, "the printer record has no peripheral"});
+      return finishOpening(
+          JobFailure{ZVJobFailure::NotFound, "the printer record has no peripheral"});
     record_ = target_.record;
     return connectAttempt();
   }
@@ -182,8 +183,8 @@ void PrinterSession::chooseTarget() {
       what = "no printer with identifier " + self.target_.text;
     char seconds[32];
     std::snprintf(seconds, sizeof seconds, "%.0f", self.options_.scanTimeout);
-    self.finishOpening(JobFailure{ZVJobFailure::NotFound,
-                                  what + " found within " + seconds + " s"});
+    self.finishOpening(
+        JobFailure{ZVJobFailure::NotFound, what + " found within " + seconds + " s"});
   });
 }
 

@@ -59,7 +59,15 @@ public:
   void didDisconnect(bool orderly) override;
 
 private:
-  enum class Stage { Idle, WaitingForBluetooth, Scanning, Connecting, BetweenAttempts, Open, Closed };
+  enum class Stage {
+    Idle,
+    WaitingForBluetooth,
+    Scanning,
+    Connecting,
+    BetweenAttempts,
+    Open,
+    Closed
+  };
 
   void waitForBluetooth(double waited);
   void chooseTarget();

@@ -49,8 +49,7 @@ void ZVDataDispatcher::writeFirmwareData(std::vector<ZVFirmwareSlice> slices,
   sender->setType(0);
   sender->start();
   if (const auto &processor = ZVPeripheralManager::share().processer()) {
-    processor->setResolverFirmwareBlock(
-        [sender](const ZVData &ack) { sender->readSliceAck(ack); });
+    processor->setResolverFirmwareBlock([sender](const ZVData &ack) { sender->readSliceAck(ack); });
   }
 }
 
