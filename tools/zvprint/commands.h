@@ -12,5 +12,6 @@ void addBoundsCommand(CLI::App &app);
 void addRenderCommand(CLI::App &app);
 void addBarcodeCommand(CLI::App &app);
 void addLabelCommand(CLI::App &app);
+void addPrintCommand(CLI::App &app);
 
 } // namespace zvprint
