@@ -34,6 +34,7 @@ void ZVFirmwareDispatcher::start() {
 }
 
 void ZVFirmwareDispatcher::moveNextSliceInFlight() {
+  if (slices_.empty()) return; // emptied by a callback during the report
   sendingSlices_.assign(1, std::move(slices_.front()));
   slices_.erase(slices_.begin());
   writeSlice(sendingSlices_.front());

@@ -75,7 +75,8 @@ void JobOutput::show(const ZVJobProgress &progress) {
   std::cerr << "zvprint: " << phaseText(progress.phase);
   if (progress.phase == ZVJobPhase::Connecting && progress.attempt > 1)
     std::cerr << " (attempt " << progress.attempt << ")";
-  if (progress.phase == ZVJobPhase::Sending) std::cerr << " " << amount(double(progress.total), unit_);
+  if (progress.phase == ZVJobPhase::Sending)
+    std::cerr << " " << amount(double(progress.total), unit_);
   std::cerr << "\n";
 }
 

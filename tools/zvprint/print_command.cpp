@@ -29,8 +29,7 @@ struct PrintOptions {
 void print(const PrintOptions &options) {
   const ZVImage image = loadImage(options.image);
   const Backend backend = installBackend(options.backend);
-  if (!options.paper.empty() && !backend.virtualPrinter)
-    fail("--paper needs the virtual printer");
+  if (!options.paper.empty() && !backend.virtualPrinter) fail("--paper needs the virtual printer");
 
   ZVPrintImageOptions fit;
   fit.printWidthDots = options.width;
