@@ -4,8 +4,6 @@
 
 #include "job/job_rig.h"
 
-#include <zvprinter/ZVBluetoothManager.h>
-#include <zvprinter/ZVConnectInterface.h>
 #include <zvprinter/ZVDataDispatcher.h>
 #include <zvprinter/ZVPrintJob.h>
 
@@ -63,14 +61,6 @@ uint64_t chunkSize(Profile profile) {
   return profile == Profile::ISSC ? 127 : 244;
 }
 
-class Delegate : public ZVPrinterInterfaceDelegate {
-public:
-  void didConnectSuccess() override { connected = true; }
-  void didDisconnect(bool) override { ++disconnects; }
-  bool connected = false;
-  int disconnects = 0;
-};
-
 // The described API alone: connect through the facade, writeData with
 // progress and failure callbacks, listen for the print-complete callback.
 PartReport runPart(Profile profile, const Cell &cell) {
@@ -79,14 +69,7 @@ PartReport runPart(Profile profile, const Cell &cell) {
   Scene scene{rig, 0, (data.size() + chunkSize(profile) - 1) / chunkSize(profile)};
   if (cell.beforeConnect) cell.beforeConnect(scene);
   ZVRunLoop &loop = ZVRunLoop::main();
-  ZVConnectInterface &facade = ZVConnectInterface::shared();
-  auto delegate = std::make_shared<Delegate>();
-  facade.setDelegate(delegate);
-  std::shared_ptr<ZVPrinterMessage> found;
-  facade.scanBluetooth();
-  loop.runUntil([&] { return !ZVBluetoothManager::shareInstance().devices().empty(); }, 5);
-  facade.connectPrinter(ZVBluetoothManager::shareInstance().devices().at(0));
-  loop.runUntil([&] { return delegate->connected; }, 10);
+  const auto delegate = rig.connectThroughFacade();
   EXPECT_TRUE(delegate->connected);
 
   PartReport report;
