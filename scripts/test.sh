@@ -5,7 +5,7 @@
 #  3. install into a prefix and build + run a consumer with find_package.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-bash scripts/setup.sh
+bash scripts/setup.sh --test
 
 jobs=$(nproc)
 export CTEST_OUTPUT_ON_FAILURE=1
