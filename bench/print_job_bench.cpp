@@ -67,8 +67,8 @@ ZVImage photo() {
 // event full.
 double linkBound(uint64_t bytes) {
   const ZVVirtualPrinterConfig &link = printers().link;
-  const double perSecond = double(link.packetsPerInterval) * link.attPayloadLimit /
-                           link.connectionInterval;
+  const double perSecond =
+      double(link.packetsPerInterval) * link.attPayloadLimit / link.connectionInterval;
   return double(bytes) / perSecond;
 }
 
@@ -90,8 +90,7 @@ void BM_PrintPhoto(benchmark::State &state, const char *printer, int64_t mode) {
   state.counters["raw_raster_bytes"] = raw;
   state.counters["lzo_vs_raw"] = double(data.size()) / raw;
   state.counters["link_bound_s"] = linkBound(data.size());
-  state.counters["vs_link_bound"] =
-      seconds / double(state.iterations()) / linkBound(data.size());
+  state.counters["vs_link_bound"] = seconds / double(state.iterations()) / linkBound(data.size());
 }
 
 void BM_Firmware1MiB(benchmark::State &state, const char *printer) {
