@@ -15,5 +15,6 @@ void addLabelCommand(CLI::App &app);
 void addPrintCommand(CLI::App &app);
 void addDeviceCommands(CLI::App &app);
 void addFirmwareCommand(CLI::App &app);
+void addScanCommand(CLI::App &app);
 
 } // namespace zvprint

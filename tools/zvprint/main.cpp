@@ -25,6 +25,7 @@ int main(int argc, char **argv) {
   zvprint::addPrintCommand(app);
   zvprint::addDeviceCommands(app);
   zvprint::addFirmwareCommand(app);
+  zvprint::addScanCommand(app);
   app.require_subcommand(1);
   app.fallthrough();
 
