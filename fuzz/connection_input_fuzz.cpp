@@ -10,6 +10,7 @@
 #include <zvprinter/ZVBluetoothManager.h>
 #include <zvprinter/ZVPeripheralManager.h>
 #include <zvprinter/ZVPrinterMessage.h>
+#include <zvprinter/ZVRunLoop.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -44,6 +45,10 @@ void archive(std::span<const uint8_t> bytes) {
 }
 
 void flowControl(std::span<const uint8_t> bytes) {
+  // Virtual clock: the write passes and reports the messages cause run on
+  // this thread when the loop is drained below, so nothing piles up.
+  auto &loop = ZVRunLoop::main();
+  loop.setClock(ZVRunLoop::Clock::Virtual);
   auto &link = ZVPeripheralManager::share();
   link.initConnectProperties();
   link.setBLEVender(ZVBLEVenderIVT);
@@ -64,6 +69,7 @@ void flowControl(std::span<const uint8_t> bytes) {
     check(link.credit() == before + granted, "credits grow by the grant only");
     check(link.MTU() > 0, "the chunk size stays positive");
   }
+  loop.runFor(0);
 }
 
 void manufacturerData(std::span<const uint8_t> bytes) {

@@ -80,8 +80,12 @@ struct ZVVirtualPrinterConfig {
 
   /// Dots the head prints per row; wider rows are clipped. 0: no limit.
   uint32_t headWidthDots = 0;
-  /// Paper roll, in packed bytes of printed rows.
+  /// Paper roll: the paper's area in packed bytes (dots / 8), every row
+  /// counted as wide as the widest row printed. Rows beyond it are not
+  /// printed and are reported as a stream error.
   uint64_t paperCapacityBytes = 64u << 20;
+  /// Paper roll length in rows; 0: only paperCapacityBytes limits it.
+  uint64_t paperLengthRows = 0;
   /// Idle time after the last print data before the job counts as printed.
   double printFinishDelay = 0.5;
 
@@ -208,11 +212,15 @@ public:
   /// without a link.
   void requestDisconnect(uint8_t reason = 0);
 
-  /// The paper printed so far (black dots on white), or std::nullopt if
-  /// nothing was printed.
+  /// The paper printed so far (black dots on white, 4 bytes a dot), or
+  /// std::nullopt if nothing was printed or it exceeds ZVImage's caps.
   std::optional<ZVImage> paperImage() const;
-  /// Writes the paper as a PNG; false with a reason if nothing was printed
-  /// or the file cannot be written.
+  /// The paper as a 1-bit gray PNG (black dots on white, as wide as the
+  /// widest row), encoded from the packed rows: it costs about the paper's
+  /// packed size, never 4 bytes a dot. Empty if nothing was printed.
+  ZVData paperPNG() const;
+  /// Writes paperPNG() to @p path; false with a reason if nothing was
+  /// printed or the file cannot be written.
   bool writePaperPNG(const std::string &path, std::string *error = nullptr) const;
   /// Rows on the paper, each packed with bit value 1 = dot.
   std::vector<ZVData> paperRows() const;

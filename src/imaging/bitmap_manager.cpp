@@ -29,8 +29,9 @@ std::optional<ZVImage> ZVBitmapManager::puzzleImageWithBottomImage(const ZVImage
   if (!canvas) return std::nullopt;
   zv::detail::fillCanvas(*canvas, 255, 255, 255, 255);
   zv::detail::drawImage(*canvas, image, 0, band, width, height);
-  // Opaque everywhere, so the premultiplied bytes are already straight RGBA.
-  return ZVImage::fromRGBA(canvas->width, canvas->height, canvas->pixels, 1.0);
+  // Opaque everywhere, so the premultiplied bytes are already straight RGBA;
+  // the image takes them over rather than holding a second copy.
+  return ZVImage::fromRGBA(canvas->width, canvas->height, std::move(canvas->pixels), 1.0);
 }
 
 std::optional<ZVData> ZVBitmapManager::generateGenralDataWithImage(const ZVImage &image,

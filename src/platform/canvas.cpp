@@ -19,9 +19,10 @@ struct PixmanImageDeleter {
 using PixmanImage = std::unique_ptr<pixman_image_t, PixmanImageDeleter>;
 
 // In memory R, G, B, A; on a little-endian CPU that is pixman's a8b8g8r8.
-PixmanImage wrap(uint32_t width, uint32_t height, uint8_t *bytes) {
+PixmanImage wrap(uint32_t width, uint32_t height, uint8_t *bytes,
+                 pixman_format_code_t format = PIXMAN_a8b8g8r8) {
   return PixmanImage(
-      pixman_image_create_bits(PIXMAN_a8b8g8r8, static_cast<int>(width), static_cast<int>(height),
+      pixman_image_create_bits(format, static_cast<int>(width), static_cast<int>(height),
                                reinterpret_cast<uint32_t *>(bytes), static_cast<int>(width * 4)));
 }
 
@@ -116,10 +117,18 @@ void drawImage(Canvas &canvas, const ZVImage &image, int64_t x, int64_t y, uint3
   if (width == 0 || height == 0 || canvas.pixels.empty()) return;
   const uint32_t sw = image.pixelWidth();
   const uint32_t sh = image.pixelHeight();
-  std::vector<uint8_t> source(size_t{sw} * sh * 4);
-  premultiplyInto(image.rgba().data(), source.data(), size_t{sw} * sh);
-
-  PixmanImage src = wrap(sw, sh, source.data());
+  // An opaque image is its own premultiplied form: pixman reads its bytes
+  // as they are (and, told the alpha is all 255, copies instead of
+  // blending), so no full-size copy is made.
+  std::vector<uint8_t> source;
+  PixmanImage src;
+  if (isOpaque(image)) {
+    src = wrap(sw, sh, const_cast<uint8_t *>(image.rgba().data()), PIXMAN_x8b8g8r8);
+  } else {
+    source.resize(size_t{sw} * sh * 4);
+    premultiplyInto(image.rgba().data(), source.data(), size_t{sw} * sh);
+    src = wrap(sw, sh, source.data());
+  }
   PixmanImage dst = wrap(canvas.width, canvas.height, canvas.pixels.data());
   if (!src || !dst) return;
   if (sw != width || sh != height) {

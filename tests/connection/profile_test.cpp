@@ -75,7 +75,7 @@ TEST_F(ProfileTest, IvtStartUpFromTheModulesOwnAnnouncements) {
     EXPECT_EQ(delegate->count("success"), 1u);
     facade().disconnect();
     loop().runFor(0.5);
-    delegate->events.clear();
+    delegate->clear();
   }
 }
 
@@ -127,7 +127,7 @@ TEST_F(ProfileTest, IvtFlowControlMessagesAtStartUp) {
     // Clean slate for the next case.
     central->removePrinter(printer);
     loop().runFor(5.0);
-    delegate->events.clear();
+    delegate->clear();
   }
 }
 
@@ -150,7 +150,7 @@ TEST_F(ProfileTest, AModuleWithBothServicesIsIvt) {
   central->removePrinter(printer);
   loop().runFor(5.0);
   central->addPrinter(printer);
-  delegate->events.clear();
+  delegate->clear();
   facade().connectPrinter(scanFor(printer));
   loop().runFor(0.5);
   ASSERT_TRUE(facade().isConnected());

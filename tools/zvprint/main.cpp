@@ -31,6 +31,7 @@ int main(int argc, char **argv) {
 
   try {
     app.parse(argc, argv);
+    zvprint::finishStandardOutput();
   } catch (const CLI::CallForHelp &e) {
     return app.exit(e);
   } catch (const CLI::CallForAllHelp &e) {
@@ -38,8 +39,9 @@ int main(int argc, char **argv) {
   } catch (const CLI::CallForVersion &e) {
     return app.exit(e);
   } catch (const CLI::ParseError &e) {
-    std::cerr << "zvprint: " << e.what() << "\n";
-    return e.get_exit_code() != 0 ? e.get_exit_code() : 2;
+    std::cerr << "zvprint: " << zvprint::usageMessage(app, e, {argv, static_cast<size_t>(argc)})
+              << "\n";
+    return zvprint::kUsageExit;
   } catch (const zvprint::CommandFailure &e) {
     std::cerr << "zvprint: " << e.what() << "\n";
     return e.exitCode;

@@ -33,35 +33,41 @@ ZVImage render(const ZVImage &image, int64_t mode, double gamma) {
 }
 
 // The source and the three renderings left to right, top-aligned, on white.
-ZVImage sideBySide(const std::vector<ZVImage> &images) {
-  uint64_t width = 0;
-  uint32_t height = 0;
-  for (const ZVImage &image : images) {
-    width += image.pixelWidth() + (width == 0 ? 0 : kGap);
-    height = std::max(height, image.pixelHeight());
-  }
-  if (width > ZVImage::kMaxSide) fail("image too wide to show four times side by side");
-  auto canvas = zv::detail::makeCanvas(static_cast<uint32_t>(width), height);
+// The sheet's size is checked before anything is rendered, and each
+// rendering is drawn and dropped in turn, so the peak is the source, the
+// sheet and one rendering.
+ZVImage sideBySide(const ZVImage &image, double gamma) {
+  const uint64_t width = uint64_t{image.pixelWidth()} * 4 + 3 * kGap;
+  const uint64_t height = image.pixelHeight();
+  if (width > ZVImage::kMaxSide || width * height > ZVImage::kMaxPixels)
+    fail("the image (" + std::to_string(image.pixelWidth()) + " x " + std::to_string(height) +
+         " pixels) is too large to show four times side by side (at most " +
+         std::to_string(ZVImage::kMaxPixels) + " pixels); preview one --mode at a time");
+  auto canvas = zv::detail::makeCanvas(static_cast<uint32_t>(width), static_cast<uint32_t>(height));
   if (!canvas) fail("image too large to show four times side by side");
   zv::detail::fillCanvas(*canvas, 255, 255, 255, 255);
+  zv::detail::drawImage(*canvas, image, 0, 0, image.pixelWidth(), image.pixelHeight());
   int64_t x = 0;
-  for (const ZVImage &image : images) {
-    zv::detail::drawImage(*canvas, image, x, 0, image.pixelWidth(), image.pixelHeight());
+  for (int64_t mode = 0; mode < 3; ++mode) {
     x += image.pixelWidth() + kGap;
+    const ZVImage rendering = render(image, mode, gamma);
+    zv::detail::drawImage(*canvas, rendering, x, 0, rendering.pixelWidth(),
+                          rendering.pixelHeight());
   }
-  auto composed = zv::detail::imageFromCanvas(*canvas);
+  // Everything was drawn over opaque white, so the premultiplied bytes are
+  // already straight RGBA and can be handed over as they are.
+  auto composed = ZVImage::fromRGBA(canvas->width, canvas->height, std::move(canvas->pixels));
   if (!composed) fail("cannot compose the renderings");
   return std::move(*composed);
 }
 
 void runPreview(const PreviewOptions &options) {
   const ZVImage image = loadImage(options.input);
-  ZVImage result =
-      options.all ? sideBySide({image, render(image, 0, options.gamma),
-                                render(image, 1, options.gamma), render(image, 2, options.gamma)})
-                  : render(image, options.mode, options.gamma);
-  std::string error;
-  if (!result.writePNG(options.output, &error)) fail(error);
+  const ZVImage result =
+      options.all ? sideBySide(image, options.gamma) : render(image, options.mode, options.gamma);
+  const ZVData png = result.encodePNG();
+  if (png.empty()) fail("cannot encode the preview of " + options.input + " as a PNG");
+  writeFile(options.output, png);
 }
 
 } // namespace

@@ -3,8 +3,7 @@
 
 #include "cli_support.h"
 #include "commands.h"
-
-#include <zvprinter/ZVVirtualPrinter.h>
+#include "render_job.h"
 
 #include <iostream>
 #include <memory>
@@ -25,19 +24,16 @@ std::string count(uint64_t n, const std::string &noun) {
   return std::to_string(n) + " " + noun + (n == 1 ? "" : "s");
 }
 
+// Prints what the printer could print, and fails (after the paper is
+// written) when it met anything it could not use: a job with errors is
+// never reported as a success.
 void render(const RenderOptions &options) {
   const ZVData bytes = readFile(options.job);
-  ZVVirtualPrinterConfig config;
-  config.headWidthDots = options.headWidth;
-  ZVVirtualPrinter printer(config);
-  printer.receive(bytes);
-  printer.endOfInput();
-
-  const auto errors = printer.streamErrors();
-  for (size_t i = 0; i < errors.size() && i < kErrorsShown; ++i) {
-    std::cerr << "zvprint: render: " << errors[i] << "\n";
+  const RenderedJob printed = renderJob(bytes, options.headWidth);
+  const auto &stats = printed.statistics;
+  for (size_t i = 0; i < printed.errors.size() && i < kErrorsShown; ++i) {
+    std::cerr << "zvprint: render: " << printed.errors[i] << "\n";
   }
-  const auto stats = printer.statistics();
   if (stats.streamErrors > kErrorsShown) {
     std::cerr << "zvprint: render: ... and " << stats.streamErrors - kErrorsShown
               << " more stream errors\n";
@@ -46,14 +42,19 @@ void render(const RenderOptions &options) {
                              count(stats.bitmaps, "bitmap") + ", " + count(stats.labels, "label") +
                              " from " + count(bytes.size(), "byte") + ", " +
                              count(stats.streamErrors, "stream error");
-  if (printer.paperRows().empty()) {
+  if (stats.rowsPrinted == 0) {
     fail("nothing printable in " + options.job + " (" + counts +
          "); the printer needs framed print data (convert --package) or a TSPL label job");
   }
-  std::string error;
-  if (!printer.writePaperPNG(options.output, &error)) fail(options.output + ": " + error);
-  std::cout << "printed " << count(stats.rowsPrinted, "row") << ", " << printer.paperWidthDots()
+  if (printed.png.empty()) fail("cannot encode the paper of " + options.job + " as a PNG");
+  writeFile(options.output, printed.png);
+  std::cout << "printed " << count(stats.rowsPrinted, "row") << ", " << printed.widthDots
             << " dots wide: " << counts << " -> " << options.output << "\n";
+  if (stats.streamErrors > 0) {
+    fail("the printer could not use all of " + options.job + " (" +
+         count(stats.streamErrors, "stream error") + ", see above); the paper of what it " +
+         "could print is in " + options.output);
+  }
 }
 
 } // namespace
@@ -63,8 +64,7 @@ void addRenderCommand(CLI::App &app) {
   auto *command = app.add_subcommand(
       "render", "Print a file of printer bytes on the virtual printer and save the paper as PNG");
   command->add_option("JOB", options->job, "printer bytes (convert --package, label output)")
-      ->required()
-      ->check(CLI::ExistingFile);
+      ->required();
   command->add_option("-o,--output", options->output, "paper PNG to write")->required();
   command->add_option("--head-width", options->headWidth,
                       "dots the print head covers; wider rows are clipped (0: no limit)");

@@ -1,5 +1,6 @@
 #include "backends/sim/printer_engine.h"
 
+#include <algorithm>
 #include <string_view>
 
 namespace zv::detail {
@@ -8,6 +9,7 @@ namespace {
 
 constexpr size_t kMaxLines = 10000;
 constexpr uint64_t kMaxFirmwareBytes = 16u << 20;
+constexpr size_t kParsePiece = 4096;
 
 ZVData textReply(std::string_view text) {
   return ZVData(text.begin(), text.end());
@@ -16,7 +18,7 @@ ZVData textReply(std::string_view text) {
 } // namespace
 
 PrinterEngine::PrinterEngine(const ZVVirtualPrinterConfig &config)
-    : paper_(config.paperCapacityBytes, config.headWidthDots),
+    : paper_(config.paperCapacityBytes, config.headWidthDots, config.paperLengthRows),
       settings_(config.modelName, config.firmwareVersion, config.serialNumber) {}
 
 void PrinterEngine::note(std::string line) {
@@ -43,12 +45,20 @@ ZVData PrinterEngine::statusReply(const ZVVirtualPrinterFaults &faults) const {
 
 std::vector<ZVData> PrinterEngine::receive(std::span<const uint8_t> bytes,
                                            ZVVirtualPrinterFaults &faults) {
-  std::vector<PrinterEvent> events;
-  parser_.feed(bytes, events);
   printDataSeen_ = false;
   std::vector<ZVData> replies;
-  for (auto &event : events)
-    handle(event, faults, replies);
+  // A few bytes of stream can expand to a large raster, so a long input is
+  // parsed a piece at a time and each piece's rasters are printed and freed
+  // before the next: memory follows the piece, not the whole input.
+  std::vector<PrinterEvent> events;
+  while (!bytes.empty()) {
+    const auto piece = bytes.first(std::min(bytes.size(), kParsePiece));
+    bytes = bytes.subspan(piece.size());
+    events.clear();
+    parser_.feed(piece, events);
+    for (auto &event : events)
+      handle(event, faults, replies);
+  }
   return replies;
 }
 

@@ -142,6 +142,13 @@ PrinterStreamParser::Step PrinterStreamParser::parseFrame(std::span<const uint8_
     skip_ = length;
     return {Outcome::Consumed, kFrameHeader};
   }
+  // Checked before any buffer is made for the raster: a few bytes of stream
+  // must not cost megabytes.
+  if (!lzoCanExpandTo(length, raw)) {
+    error(out, "print-data frame (" + shape + ") cannot expand to its raster; frame skipped");
+    skip_ = length;
+    return {Outcome::Consumed, kFrameHeader};
+  }
   if (in.size() < kFrameHeader + length) return truncated(in, atEnd, "a print-data frame", out);
   std::string reason;
   auto bits = decompressRaster(in.subspan(kFrameHeader, length), raw, reason);

@@ -4,6 +4,7 @@
 // cut into printer commands. No transport inside: the caller feeds bytes and
 // acts on the events.
 
+#include "backends/sim/forward_scan.h"
 #include "backends/sim/printer_events.h"
 
 #include <cstdint>
@@ -56,6 +57,17 @@ private:
   void error(std::vector<PrinterEvent> &out, std::string message) const;
   void flushGarbage(std::vector<PrinterEvent> &events);
 
+  // Control bytes end (or spoil) a TSPL line; the first byte that is not an
+  // upper-case letter or digit ends its keyword.
+  struct IsControl {
+    bool operator()(uint8_t b) const { return b < 0x20 && b != '\t'; }
+  };
+  struct IsNotKeyword {
+    bool operator()(uint8_t b) const { return !((b >= 'A' && b <= 'Z') || (b >= '0' && b <= '9')); }
+  };
+
+  ForwardScan<IsControl> controlScan_;
+  ForwardScan<IsNotKeyword> keywordScan_;
   std::vector<uint8_t> buffer_; // unparsed bytes start at pos_
   size_t pos_ = 0;
   uint64_t base_ = 0;                  // stream offset of buffer_[0]

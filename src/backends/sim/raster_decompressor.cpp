@@ -19,6 +19,11 @@ std::optional<ZVData> decompressRaster(std::span<const uint8_t> stream, uint64_t
     error = "raster of " + std::to_string(expected) + " bytes exceeds the printer's buffer";
     return std::nullopt;
   }
+  if (!lzoCanExpandTo(stream.size(), expected)) {
+    error = "a " + std::to_string(stream.size()) + "-byte LZO stream cannot expand to " +
+            std::to_string(expected) + " bytes";
+    return std::nullopt;
+  }
   if (!lzoReady()) {
     error = "LZO library failed to initialise";
     return std::nullopt;

@@ -17,10 +17,6 @@ constexpr size_t kMaxTsplLine = 4096;
 constexpr size_t kMaxBitmapHeader = 96;
 constexpr std::string_view kBitmap = "BITMAP ";
 
-bool isKeywordChar(char c) {
-  return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
-
 std::vector<std::string> splitArguments(std::string_view text) {
   std::vector<std::string> arguments;
   text = trimmed(text);
@@ -44,22 +40,36 @@ PrinterStreamParser::Step PrinterStreamParser::parseTspl(std::span<const uint8_t
     if (start.size() < kBitmap.size() && !atEnd) return {Outcome::NeedMore};
     if (start == kBitmap) return parseBitmap(in, atEnd, out);
   }
-  const auto window = in.first(std::min(in.size(), kMaxTsplLine));
-  const auto newline = std::find(window.begin(), window.end(), uint8_t{'\n'});
-  if (newline == window.end() && in.size() < kMaxTsplLine && !atEnd) return {Outcome::NeedMore};
-  const size_t length = static_cast<size_t>(newline - window.begin());
-  std::string_view line(reinterpret_cast<const char *>(in.data()), length);
-  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-  // Control characters mean this is not a text line after all.
-  if (std::any_of(line.begin(), line.end(),
-                  [](char c) { return static_cast<uint8_t>(c) < 0x20 && c != '\t'; })) {
-    return {Outcome::Garbage};
+  // Junk of upper-case letters is tried as a line at every byte; the two
+  // scans remember their finds, so a run of it costs one pass in all.
+  const size_t windowSize = std::min(in.size(), kMaxTsplLine);
+  const uint64_t at = base_ + pos_;
+  const size_t stop = static_cast<size_t>(controlScan_.next(in, at, at, at + windowSize) - at);
+  const size_t lineLength = stop;
+  size_t newline = windowSize; // windowSize: no line end within the window
+  if (stop < windowSize) {
+    const uint8_t control = in[stop];
+    if (control == '\n') {
+      newline = stop;
+    } else if (control == '\r' && stop + 1 < windowSize && in[stop + 1] == '\n') {
+      newline = stop + 1;
+    } else if (control == '\r' && stop + 1 == in.size() && in.size() < kMaxTsplLine && !atEnd) {
+      return {Outcome::NeedMore};
+    } else if (control != '\r' || stop + 1 != windowSize) {
+      return {Outcome::Garbage}; // control characters: not a text line after all
+    }
+  } else if (in.size() < kMaxTsplLine && !atEnd) {
+    return {Outcome::NeedMore};
   }
-  const size_t keywordEnd = std::min(line.find(' '), line.size());
+  const std::string_view line(reinterpret_cast<const char *>(in.data()), lineLength);
+  const size_t keywordEnd =
+      static_cast<size_t>(keywordScan_.next(in, at, at, at + lineLength) - at);
+  if (keywordEnd < lineLength && line[keywordEnd] != ' ') return {Outcome::Garbage};
   const std::string_view keyword = line.substr(0, keywordEnd);
-  if (!std::all_of(keyword.begin(), keyword.end(), isKeywordChar)) return {Outcome::Garbage};
-  const size_t consumed = std::min(length + 1, in.size());
-  if (newline == window.end() && !atEnd) {
+  // The line and its LF; a line with no end in sight is cut at the window,
+  // however the stream was split.
+  const size_t consumed = newline == windowSize ? windowSize : newline + 1;
+  if (newline == windowSize && !atEnd) {
     error(out, "TSPL line longer than " + std::to_string(kMaxTsplLine) + " bytes skipped");
     return {Outcome::Consumed, consumed};
   }
@@ -114,7 +124,8 @@ PrinterStreamParser::Step PrinterStreamParser::parseBitmap(std::span<const uint8
   if (payload.size() >= 4) {
     const uint64_t length = readLE32(payload, 0);
     const uint64_t payloadAt = base_ + pos_ + headerEnd;
-    if (length >= 3 && length <= lzoWorstCase(raw) && payloadAt != rawPayloadAt_) {
+    if (length >= 3 && length <= lzoWorstCase(raw) && lzoCanExpandTo(length, raw) &&
+        payloadAt != rawPayloadAt_) {
       if (payload.size() >= 4 + length) {
         std::string ignored;
         if (auto bits = decompressRaster(payload.subspan(4, length), raw, ignored)) {

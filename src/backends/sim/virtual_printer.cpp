@@ -2,6 +2,8 @@
 
 #include "backends/sim/virtual_printer_state.h"
 
+#include <fstream>
+
 ZVVirtualPrinter::ZVVirtualPrinter(ZVVirtualPrinterConfig config)
     : state_(std::make_unique<zv::detail::VirtualPrinterState>(std::move(config))) {}
 
@@ -52,16 +54,27 @@ std::optional<ZVImage> ZVVirtualPrinter::paperImage() const {
   return state_->engine.paper().image();
 }
 
+ZVData ZVVirtualPrinter::paperPNG() const {
+  return state_->engine.paper().png();
+}
+
 bool ZVVirtualPrinter::writePaperPNG(const std::string &path, std::string *error) const {
-  const auto image = paperImage();
-  if (!image) {
+  const ZVData png = paperPNG();
+  if (png.empty()) {
     if (error) {
       *error = state_->engine.paper().rowCount() == 0 ? "nothing was printed"
-                                                      : "the paper is too large for a PNG";
+                                                      : "the paper cannot be encoded as a PNG";
     }
     return false;
   }
-  return image->writePNG(path, error);
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  file.write(reinterpret_cast<const char *>(png.data()), static_cast<std::streamsize>(png.size()));
+  file.close();
+  if (!file) {
+    if (error) *error = "cannot write " + path;
+    return false;
+  }
+  return true;
 }
 
 std::vector<ZVData> ZVVirtualPrinter::paperRows() const {
