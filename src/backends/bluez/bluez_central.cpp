@@ -49,16 +49,15 @@ void ZVBluezCentral::connect(const std::shared_ptr<ZVBlePeripheral> &peripheral)
   const uint64_t attempt = own->beginAttempt();
   own->setState(ZVBlePeripheralStateConnecting);
   std::weak_ptr<Impl> weak = impl_;
+  ZVRunLoop *loop = &impl_->loop;
   const std::string address = own->identifier();
   impl_->bus->call(own->path(), bluez::kDevice, "Connect", {},
-                   [weak, address, attempt](sdbus::MethodReply &, const sdbus::Error *error) {
+                   [loop, weak, address, attempt](sdbus::MethodReply &, const sdbus::Error *error) {
                      std::optional<ZVError> failure;
                      if (error) failure = zv::detail::bluezError(*error);
-                     if (auto impl = weak.lock()) {
-                       impl->post([address, attempt, failure](Impl &self) {
-                         self.connectReplied(address, attempt, failure);
-                       });
-                     }
+                     Impl::postTo(*loop, weak, [address, attempt, failure](Impl &self) {
+                       self.connectReplied(address, attempt, failure);
+                     });
                    });
 }
 
@@ -69,6 +68,7 @@ void ZVBluezCentral::cancelPeripheralConnection(
   const int64_t linkState = own->state();
   if (linkState == ZVBlePeripheralStateDisconnected) return;
   std::weak_ptr<Impl> weak = impl_;
+  ZVRunLoop *loop = &impl_->loop;
   const std::string address = own->identifier();
   const uint64_t attempt = own->attempt();
   if (linkState == ZVBlePeripheralStateConnecting) {
@@ -80,19 +80,17 @@ void ZVBluezCentral::cancelPeripheralConnection(
   }
   own->setClosing(true);
   impl_->bus->call(own->path(), bluez::kDevice, "Disconnect", {},
-                   [weak, address, attempt](sdbus::MethodReply &, const sdbus::Error *) {
+                   [loop, weak, address, attempt](sdbus::MethodReply &, const sdbus::Error *) {
                      // Connected false normally came first; if not (BlueZ
                      // refused, or the signal is late) the link still ends
                      // here, as the caller asked.
-                     if (auto impl = weak.lock()) {
-                       impl->post([address, attempt](Impl &self) {
-                         auto p = self.peripheralFor(address);
-                         if (p && p->attempt() == attempt &&
-                             p->state() == ZVBlePeripheralStateConnected) {
-                           self.closeLink(*p, std::nullopt);
-                         }
-                       });
-                     }
+                     Impl::postTo(*loop, weak, [address, attempt](Impl &self) {
+                       auto p = self.peripheralFor(address);
+                       if (p && p->attempt() == attempt &&
+                           p->state() == ZVBlePeripheralStateConnected) {
+                         self.closeLink(*p, std::nullopt);
+                       }
+                     });
                    });
 }
 
@@ -119,8 +117,12 @@ ZVBluezCentral::Impl::Impl(ZVBluezCentral &owner, ZVBluezOptions options, ZVRunL
 ZVBluezCentral::Impl::~Impl() = default;
 
 void ZVBluezCentral::Impl::post(std::function<void(Impl &)> block) {
-  std::weak_ptr<Impl> weak = weak_from_this();
-  loop.post([weak, block = std::move(block)] {
+  postTo(loop, weak_from_this(), std::move(block));
+}
+
+void ZVBluezCentral::Impl::postTo(ZVRunLoop &loop, std::weak_ptr<Impl> weak,
+                                  std::function<void(Impl &)> block) {
+  loop.post([weak = std::move(weak), block = std::move(block)] {
     if (auto self = weak.lock()) block(*self);
   });
 }

@@ -35,24 +35,24 @@ void ZVBluezCentral::Impl::start() {
   try {
     bus = zv::detail::BluezBus::open(options.busAddress);
     std::weak_ptr<Impl> weak = weak_from_this();
+    ZVRunLoop *loop = &this->loop;
     bus->watch("type='signal',sender='org.bluez',path='/',"
                "interface='org.freedesktop.DBus.ObjectManager'",
-               [weak](sdbus::Message &message) {
-                 auto impl = weak.lock();
-                 if (!impl) return;
+               [loop, weak](sdbus::Message &message) {
                  try {
                    sdbus::ObjectPath path;
                    message >> path;
                    if (message.getMemberName() == "InterfacesAdded") {
                      RawInterfaces raw;
                      message >> raw;
-                     impl->post([path = std::string(path), added = convert(raw)](Impl &self) {
-                       self.interfacesAdded(path, added);
-                     });
+                     Impl::postTo(*loop, weak,
+                                  [path = std::string(path), added = convert(raw)](Impl &self) {
+                                    self.interfacesAdded(path, added);
+                                  });
                    } else if (message.getMemberName() == "InterfacesRemoved") {
                      std::vector<std::string> names;
                      message >> names;
-                     impl->post([path = std::string(path), names](Impl &self) {
+                     Impl::postTo(*loop, weak, [path = std::string(path), names](Impl &self) {
                        self.interfacesRemoved(path, names);
                      });
                    }
@@ -62,31 +62,28 @@ void ZVBluezCentral::Impl::start() {
                });
     bus->watch("type='signal',sender='org.bluez',path_namespace='/org/bluez',"
                "interface='org.freedesktop.DBus.Properties',member='PropertiesChanged'",
-               [weak](sdbus::Message &message) {
-                 auto impl = weak.lock();
-                 if (!impl) return;
+               [loop, weak](sdbus::Message &message) {
                  try {
                    std::string interface;
                    RawProperties changed;
                    std::vector<std::string> invalidated;
                    message >> interface >> changed >> invalidated;
                    if (!isKnownInterface(interface)) return;
-                   impl->post([path = message.getPath(), interface, invalidated,
-                               properties = zv::detail::toBluezProperties(changed)](Impl &self) {
-                     self.propertiesChanged(path, interface, properties, invalidated);
-                   });
+                   Impl::postTo(*loop, weak,
+                                [path = message.getPath(), interface, invalidated,
+                                 properties = zv::detail::toBluezProperties(changed)](Impl &self) {
+                                  self.propertiesChanged(path, interface, properties, invalidated);
+                                });
                  } catch (const sdbus::Error &) {
                  }
                });
     bus->watch("type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
                "member='NameOwnerChanged',arg0='org.bluez'",
-               [weak](sdbus::Message &message) {
-                 auto impl = weak.lock();
-                 if (!impl) return;
+               [loop, weak](sdbus::Message &message) {
                  try {
                    std::string name, oldOwner, newOwner;
                    message >> name >> oldOwner >> newOwner;
-                   impl->post([appeared = !newOwner.empty()](Impl &self) {
+                   Impl::postTo(*loop, weak, [appeared = !newOwner.empty()](Impl &self) {
                      self.bluezVanished();
                      if (appeared) self.requestObjects();
                    });
@@ -106,14 +103,14 @@ void ZVBluezCentral::Impl::start() {
 
 void ZVBluezCentral::Impl::requestObjects() {
   std::weak_ptr<Impl> weak = weak_from_this();
+  ZVRunLoop *loop = &this->loop;
   bus->call(bluez::kRootPath, bluez::kObjectManager, "GetManagedObjects", {},
-            [weak](sdbus::MethodReply &reply, const sdbus::Error *error) {
-              auto impl = weak.lock();
-              if (!impl) return;
+            [loop, weak](sdbus::MethodReply &reply, const sdbus::Error *error) {
               if (error) {
-                impl->post([status = zv::detail::statusOfBusError(error->getName()),
-                            detail = zv::detail::bluezError(*error).localizedDescription](
-                               Impl &self) { self.busUnavailable(status, detail); });
+                Impl::postTo(*loop, weak,
+                             [status = zv::detail::statusOfBusError(error->getName()),
+                              detail = zv::detail::bluezError(*error).localizedDescription](
+                                 Impl &self) { self.busUnavailable(status, detail); });
                 return;
               }
               Objects objects;
@@ -126,7 +123,7 @@ void ZVBluezCentral::Impl::requestObjects() {
                 }
               } catch (const sdbus::Error &) {
               }
-              impl->post([objects = std::move(objects)](Impl &self) mutable {
+              Impl::postTo(*loop, weak, [objects = std::move(objects)](Impl &self) mutable {
                 self.loadObjects(std::move(objects));
               });
             });

@@ -34,6 +34,10 @@ struct ZVBluezCentral::Impl : std::enable_shared_from_this<ZVBluezCentral::Impl>
   void requestObjects();
   /// Runs @p block on the main queue while this central lives.
   void post(std::function<void(Impl &)> block);
+  /// The same from the bus thread: the central is only locked on the main
+  /// queue, so its last reference can never be dropped on the bus thread
+  /// (whose own destruction would then have to join itself).
+  static void postTo(ZVRunLoop &loop, std::weak_ptr<Impl> weak, std::function<void(Impl &)> block);
 
   // Events from the bus, on the main queue.
   void loadObjects(Objects objects);

@@ -27,8 +27,12 @@ void BluezPeripheral::callDelegate(const std::function<void(ZVBlePeripheralDeleg
 }
 
 void BluezPeripheral::onLink(uint64_t link, std::function<void(BluezPeripheral &)> block) {
-  std::weak_ptr<ZVBlePeripheral> weak = weak_from_this();
-  loop_.post([weak, link, block = std::move(block)] {
+  postOnLink(loop_, weak_from_this(), link, std::move(block));
+}
+
+void BluezPeripheral::postOnLink(ZVRunLoop &loop, std::weak_ptr<ZVBlePeripheral> weak,
+                                 uint64_t link, std::function<void(BluezPeripheral &)> block) {
+  loop.post([weak = std::move(weak), link, block = std::move(block)] {
     auto strong = weak.lock();
     if (!strong) return;
     auto &self = static_cast<BluezPeripheral &>(*strong);
@@ -145,11 +149,12 @@ void BluezPeripheral::readValue(const std::shared_ptr<ZVBleCharacteristic> &char
   const auto found = channel(characteristic);
   if (!found) return;
   std::weak_ptr<ZVBlePeripheral> weak = weak_from_this();
+  ZVRunLoop *loop = &loop_;
   const uint64_t link = link_.load();
   bus_->call(
       found->path, bluez::kCharacteristic, "ReadValue",
       [](sdbus::MethodCall &call) { call << std::map<std::string, sdbus::Variant>{}; },
-      [weak, link, characteristic](sdbus::MethodReply &reply, const sdbus::Error *error) {
+      [loop, weak, link, characteristic](sdbus::MethodReply &reply, const sdbus::Error *error) {
         std::optional<ZVError> failure;
         ZVData value;
         if (error) {
@@ -161,16 +166,13 @@ void BluezPeripheral::readValue(const std::shared_ptr<ZVBleCharacteristic> &char
             failure = bluezError(e);
           }
         }
-        if (auto strong = weak.lock()) {
-          static_cast<BluezPeripheral &>(*strong).onLink(
-              link, [characteristic, failure, value](BluezPeripheral &self) {
-                if (!failure) characteristic->setValue(value);
-                auto shared = self.self();
-                self.callDelegate([&](ZVBlePeripheralDelegate &d) {
-                  d.didUpdateValue(shared, characteristic, failure);
-                });
-              });
-        }
+        postOnLink(*loop, weak, link, [characteristic, failure, value](BluezPeripheral &self) {
+          if (!failure) characteristic->setValue(value);
+          auto shared = self.self();
+          self.callDelegate([&](ZVBlePeripheralDelegate &d) {
+            d.didUpdateValue(shared, characteristic, failure);
+          });
+        });
       });
 }
 
@@ -189,30 +191,28 @@ void BluezPeripheral::setNotifyValue(bool enabled,
   }
   if (path.empty()) return;
   std::weak_ptr<ZVBlePeripheral> weak = weak_from_this();
+  ZVRunLoop *loop = &loop_;
   const uint64_t link = link_.load();
   bus_->call(
       path, bluez::kCharacteristic, enabled ? "StartNotify" : "StopNotify", {},
-      [weak, link, enabled, characteristic](sdbus::MethodReply &, const sdbus::Error *error) {
+      [loop, weak, link, enabled, characteristic](sdbus::MethodReply &, const sdbus::Error *error) {
         std::optional<ZVError> failure;
         if (error) failure = bluezError(*error);
-        auto strong = weak.lock();
-        if (!strong) return;
-        static_cast<BluezPeripheral &>(*strong).onLink(
-            link, [characteristic, failure, enabled](BluezPeripheral &self) {
-              if (!failure) characteristic->setNotifying(enabled);
-              if (failure && enabled) {
-                std::lock_guard lock(self.channelsMutex_);
-                for (auto &channel : self.channels_) {
-                  if (channel.characteristic == characteristic) {
-                    channel.notifyRequested = false;
-                  }
-                }
+        postOnLink(*loop, weak, link, [characteristic, failure, enabled](BluezPeripheral &self) {
+          if (!failure) characteristic->setNotifying(enabled);
+          if (failure && enabled) {
+            std::lock_guard lock(self.channelsMutex_);
+            for (auto &channel : self.channels_) {
+              if (channel.characteristic == characteristic) {
+                channel.notifyRequested = false;
               }
-              auto shared = self.self();
-              self.callDelegate([&](ZVBlePeripheralDelegate &d) {
-                d.didUpdateNotificationState(shared, characteristic, failure);
-              });
-            });
+            }
+          }
+          auto shared = self.self();
+          self.callDelegate([&](ZVBlePeripheralDelegate &d) {
+            d.didUpdateNotificationState(shared, characteristic, failure);
+          });
+        });
       });
 }
 

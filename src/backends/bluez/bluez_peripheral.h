@@ -75,6 +75,9 @@ private:
   void acquireWrites(std::vector<Channel> channels, std::shared_ptr<ZVBleService> service);
   /// Runs @p block on the main queue if this link is still the one open now.
   void onLink(uint64_t link, std::function<void(BluezPeripheral &)> block);
+  /// The same from the bus thread, which never holds a strong reference.
+  static void postOnLink(ZVRunLoop &loop, std::weak_ptr<ZVBlePeripheral> weak, uint64_t link,
+                         std::function<void(BluezPeripheral &)> block);
   std::optional<Channel> channel(const std::shared_ptr<ZVBleCharacteristic> &c) const;
   std::string servicePath(const std::shared_ptr<ZVBleService> &service) const;
   void writeOverBus(const ZVData &value, const Channel &channel, int64_t type);

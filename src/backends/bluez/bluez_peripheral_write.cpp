@@ -49,12 +49,14 @@ void BluezPeripheral::acquireWrites(std::vector<Channel> channels,
     return;
   }
   std::weak_ptr<ZVBlePeripheral> weak = weak_from_this();
+  ZVRunLoop *loop = &loop_;
   for (size_t i = 0; i < pending->channels.size(); ++i) {
     if (!pending->channels[i].acquirable) continue;
     bus_->call(
         pending->channels[i].path, bluez::kCharacteristic, "AcquireWrite",
         [](sdbus::MethodCall &call) { call << std::map<std::string, sdbus::Variant>{}; },
-        [weak, link, pending, i, finish](sdbus::MethodReply &reply, const sdbus::Error *error) {
+        [loop, weak, link, pending, i, finish](sdbus::MethodReply &reply,
+                                               const sdbus::Error *error) {
           std::shared_ptr<WriteSocket> socket;
           std::string problem;
           if (error) {
@@ -69,18 +71,16 @@ void BluezPeripheral::acquireWrites(std::vector<Channel> channels,
               problem = e.getName();
             }
           }
-          auto strong = weak.lock();
-          if (!strong) return;
-          static_cast<BluezPeripheral &>(*strong).onLink(
-              link, [pending, i, finish, socket, problem](BluezPeripheral &self) {
-                if (!problem.empty()) {
-                  // Still writable, one WriteValue per chunk.
-                  logLine("bluez: AcquireWrite on " + pending->channels[i].path +
-                          " failed: " + problem);
-                }
-                pending->channels[i].socket = socket;
-                if (--pending->left == 0) finish(self, *pending);
-              });
+          postOnLink(*loop, weak, link,
+                     [pending, i, finish, socket, problem](BluezPeripheral &self) {
+                       if (!problem.empty()) {
+                         // Still writable, one WriteValue per chunk.
+                         logLine("bluez: AcquireWrite on " + pending->channels[i].path +
+                                 " failed: " + problem);
+                       }
+                       pending->channels[i].socket = socket;
+                       if (--pending->left == 0) finish(self, *pending);
+                     });
         });
   }
 }
@@ -113,30 +113,30 @@ void BluezPeripheral::writeOverBus(const ZVData &value, const Channel &channel, 
   std::map<std::string, sdbus::Variant> options{
       {"type", sdbus::Variant(std::string(withResponse ? "request" : "command"))}};
   std::weak_ptr<ZVBlePeripheral> weak = weak_from_this();
+  ZVRunLoop *loop = &loop_;
   const uint64_t link = link_.load();
   auto characteristic = channel.characteristic;
   bus_->call(
       channel.path, bluez::kCharacteristic, "WriteValue",
       [&value, &options](sdbus::MethodCall &call) { call << value << options; },
-      [weak, link, withResponse, characteristic](sdbus::MethodReply &, const sdbus::Error *error) {
+      [loop, weak, link, withResponse, characteristic](sdbus::MethodReply &,
+                                                       const sdbus::Error *error) {
         std::optional<ZVError> failure;
         if (error) failure = bluezError(*error);
         if (!withResponse && !failure) return;
-        auto strong = weak.lock();
-        if (!strong) return;
-        static_cast<BluezPeripheral &>(*strong).onLink(
-            link, [characteristic, failure, withResponse](BluezPeripheral &self) {
-              if (!withResponse) {
-                // Nobody hears of an unacknowledged write: a refused one
-                // would leave a silent hole in the data, so the link ends.
-                if (auto c = self.central()) c->dropLink(self, *failure);
-                return;
-              }
-              auto shared = self.self();
-              self.callDelegate([&](ZVBlePeripheralDelegate &d) {
-                d.didWriteValue(shared, characteristic, failure);
-              });
-            });
+        postOnLink(*loop, weak, link,
+                   [characteristic, failure, withResponse](BluezPeripheral &self) {
+                     if (!withResponse) {
+                       // Nobody hears of an unacknowledged write: a refused one
+                       // would leave a silent hole in the data, so the link ends.
+                       if (auto c = self.central()) c->dropLink(self, *failure);
+                       return;
+                     }
+                     auto shared = self.self();
+                     self.callDelegate([&](ZVBlePeripheralDelegate &d) {
+                       d.didWriteValue(shared, characteristic, failure);
+                     });
+                   });
       });
 }
 
