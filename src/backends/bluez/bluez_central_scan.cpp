@@ -68,17 +68,20 @@ void ZVBluezCentral::Impl::startDiscovery() {
       uuids.push_back(fullUUID(uuid));
     filter.emplace("UUIDs", sdbus::Variant(uuids));
   }
-  auto busRef = bus;
   const std::string adapter = adapterPath;
+  ZVRunLoop *queue = &loop;
   bus->call(
       adapter, bluez::kAdapter, "SetDiscoveryFilter",
       [filter](sdbus::MethodCall &call) { call << filter; },
-      [busRef, adapter](sdbus::MethodReply &, const sdbus::Error *error) {
+      [queue, weak = weak_from_this(), adapter](sdbus::MethodReply &, const sdbus::Error *error) {
         logFailure("SetDiscoveryFilter", error);
         // Started after the filter is in place, so the first results obey it.
-        busRef->call(
-            adapter, bluez::kAdapter, "StartDiscovery", {},
-            [](sdbus::MethodReply &, const sdbus::Error *e) { logFailure("StartDiscovery", e); });
+        postTo(*queue, weak, [adapter](Impl &self) {
+          if (!self.scanning || self.adapterPath != adapter) return;
+          self.bus->call(
+              adapter, bluez::kAdapter, "StartDiscovery", {},
+              [](sdbus::MethodReply &, const sdbus::Error *e) { logFailure("StartDiscovery", e); });
+        });
       });
 }
 
