@@ -10,10 +10,12 @@
 #include <zvprinter/ZVBleCentral.h>
 #include <zvprinter/ZVBlePeripheral.h>
 #include <zvprinter/ZVBleService.h>
+#include <zvprinter/ZVBluetoothManager.h>
 #include <zvprinter/ZVCacheManager.h>
 #include <zvprinter/ZVCmdTSCGenerator.h>
 #include <zvprinter/ZVCmdUniGenerator.h>
 #include <zvprinter/ZVCommonResolver.h>
+#include <zvprinter/ZVConnectInterface.h>
 #include <zvprinter/ZVDataResolver.h>
 #include <zvprinter/ZVDataRouter.h>
 #include <zvprinter/ZVEncode.h>
@@ -21,11 +23,14 @@
 #include <zvprinter/ZVFirmwareSlice.h>
 #include <zvprinter/ZVImage.h>
 #include <zvprinter/ZVImagePreviewManager.h>
+#include <zvprinter/ZVLanguageConfig.h>
 #include <zvprinter/ZVLog.h>
 #include <zvprinter/ZVPackProtocol.h>
 #include <zvprinter/ZVPacker.h>
+#include <zvprinter/ZVPeripheralManager.h>
 #include <zvprinter/ZVPlatform.h>
 #include <zvprinter/ZVPrinterC.h>
+#include <zvprinter/ZVPrinterMessage.h>
 #include <zvprinter/ZVRunLoop.h>
 #include <zvprinter/ZVSerialQueue.h>
 #include <zvprinter/ZVSimCentral.h>

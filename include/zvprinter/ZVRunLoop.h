@@ -128,7 +128,7 @@ private:
                bool stopWhenIdle);
   bool runOneBlock();
   bool fireOneDueTimer(int64_t now);
-  std::optional<int64_t> nextDeadline();
+  std::optional<int64_t> nextDeadlineLocked(); // mutex_ held
 
   mutable std::mutex mutex_;
   std::condition_variable wake_;

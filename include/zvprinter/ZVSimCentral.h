@@ -15,7 +15,8 @@
 
 namespace zv::detail {
 class SimPeripheral;
-}
+class SimCallLog;
+} // namespace zv::detail
 
 /// Errors the simulated link reports (domain "ZVSimErrorDomain").
 enum ZVSimError : int64_t {
@@ -55,6 +56,27 @@ public:
   /// Switches the adapter on (state 5) or off (state 4). Switching off ends
   /// every link and the scan without disconnection reports.
   void setPoweredOn(bool on);
+  /// Sets the adapter state (0 unknown .. 5 powered on), reported on the
+  /// loop. Any state but 5 ends every link and the scan without
+  /// disconnection reports, as switching off does.
+  void setState(int64_t state);
+  /// Delivers @p value on the characteristic @p uuid of @p printer's link
+  /// (it must have been discovered; subscription is not needed) @p delay
+  /// seconds from now, with @p error if given: a raw notification or read
+  /// result, exactly as the module would send it. Nothing without a link.
+  void injectValue(const std::shared_ptr<ZVVirtualPrinter> &printer, const std::string &uuid,
+                   ZVData value, std::optional<ZVError> error = std::nullopt, double delay = 0);
+
+  /// Every call the library made on this central and its peripherals, oldest
+  /// first: "scanForPeripherals", "stopScan", "connect <id>",
+  /// "cancelPeripheralConnection <id>", "retrievePeripherals <ids>",
+  /// "discoverServices", "discoverCharacteristics <service>",
+  /// "readValue <uuid>", "setNotifyValue <uuid> <0|1>",
+  /// "writeValue <uuid> <length> <type>", "readRSSI". A connect() of a
+  /// peripheral that is already connecting or connected is logged with
+  /// " ignored" and changes nothing. Any thread.
+  std::vector<std::string> calls() const;
+  void clearCalls();
   /// The peripheral object that stands for @p printer (null if not added).
   std::shared_ptr<ZVBlePeripheral> peripheralFor(const std::shared_ptr<ZVVirtualPrinter> &printer);
   ZVRunLoop &loop() { return loop_; }
@@ -80,6 +102,7 @@ private:
 
   ZVRunLoop &loop_;
   std::shared_ptr<int> alive_ = std::make_shared<int>(0); // blocks posted by a dead central skip
+  std::shared_ptr<zv::detail::SimCallLog> calls_;
   int64_t state_ = 0;
   bool scanning_ = false;
   bool allowDuplicates_ = false;

@@ -51,6 +51,9 @@ struct ZVVirtualPrinterConfig {
   /// Offers Device Information (180A) with Model Number String (2A24).
   bool deviceInformation = true;
   bool connectable = true;
+  /// Advertises the connectable flag at all; false leaves it out (which a
+  /// host reads as "not connectable").
+  bool advertiseConnectableFlag = true;
   /// Advertised manufacturer data: company id 0x565A (little-endian) first,
   /// then the printer's address DC:0D:30:1A:2B:3C.
   ZVData manufacturerData = {0x5A, 0x56, 0xDC, 0x0D, 0x30, 0x1A, 0x2B, 0x3C};
@@ -71,6 +74,9 @@ struct ZVVirtualPrinterConfig {
   uint32_t attPayloadLimit = 244;
   /// Time from connect() to the link being open.
   double connectDelay = 0.03;
+  /// Extra time between a write arriving and its acknowledgement (writes
+  /// with response), on top of the link's connection events.
+  double acknowledgementDelay = 0.0;
 
   /// Dots the head prints per row; wider rows are clipped. 0: no limit.
   uint32_t headWidthDots = 0;
@@ -84,8 +90,8 @@ struct ZVVirtualPrinterConfig {
   std::string serialNumber = "ZV2026000001";
 };
 
-/// Faults to inject; change them at any time on the main queue. Write and
-/// frame counts start at 0 with the first data write of the printer's life.
+/// Faults to inject; change them at any time on the main queue. Write counts
+/// start at 0 with the first data write of each link.
 struct ZVVirtualPrinterFaults {
   /// Data writes (by index) that the module refuses: a write with response
   /// gets an error and its bytes are dropped; one without response is dropped.
@@ -112,6 +118,13 @@ struct ZVVirtualPrinterFaults {
   bool refuseConnection = false;
   /// connect() never completes.
   bool ignoreConnection = false;
+  /// Services are reported this many seconds later than the link would.
+  double serviceDiscoveryDelay = 0.0;
+  /// Service discovery is never answered.
+  bool servicesNeverReported = false;
+  /// Subscriptions to these characteristics (canonical UUIDs) fail: the
+  /// notification state is reported with an error and stays off.
+  std::set<std::string> failedSubscriptions;
 };
 
 /// What the printer has done so far.
@@ -213,6 +226,12 @@ public:
   std::vector<std::string> log() const;
   /// Whether a central holds a link to the printer.
   bool isConnected() const;
+
+  /// Changes the advertised local name (std::nullopt: none); seen by the
+  /// next advertisement (ZVSimCentral::advertiseAgain()).
+  void setAdvertisedName(std::optional<std::string> name);
+  /// Changes the signal strength of the next advertisements.
+  void setRSSI(int64_t rssi);
 
 private:
   friend class zv::detail::SimPeripheral;

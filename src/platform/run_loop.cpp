@@ -126,8 +126,7 @@ bool ZVRunLoop::fireOneDueTimer(int64_t now) {
   return true;
 }
 
-std::optional<int64_t> ZVRunLoop::nextDeadline() {
-  std::lock_guard lock(mutex_);
+std::optional<int64_t> ZVRunLoop::nextDeadlineLocked() {
   while (!timers_.empty() && !timers_.begin()->second->isValid())
     timers_.erase(timers_.begin());
   if (timers_.empty()) return std::nullopt;
@@ -153,9 +152,13 @@ bool ZVRunLoop::runLoop(const std::function<bool()> *predicate, std::optional<in
     const int64_t now = nowNs();
     if (fireOneDueTimer(now)) continue;
     if (limitNs && now >= *limitNs) break;
-    const auto next = nextDeadline();
+    // The next deadline and the change counter are read under the same lock
+    // the wait releases: a timer scheduled from another thread after this
+    // point bumps the counter and wakes the wait, one scheduled before it is
+    // already in the deadline.
     std::unique_lock lock(mutex_);
     if (!blocks_.empty() || stopRequested_) continue;
+    const auto next = nextDeadlineLocked();
     if (clock_ == Clock::Virtual) {
       if (next && (!limitNs || *next <= *limitNs)) {
         virtualNow_ = std::max(virtualNow_, *next);

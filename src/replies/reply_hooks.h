@@ -6,6 +6,8 @@
 // callback is.
 #pragma once
 
+#include <zvprinter/ZVTypes.h>
+
 #include <cstdint>
 #include <functional>
 #include <utility>
@@ -21,6 +23,9 @@ struct ReplyHooks {
   std::function<void(int64_t)> onPrintFinished;
   /// Asks the shared connection facade to disconnect.
   std::function<void()> requestDisconnect;
+  /// Gives one value received from the printer to the dispatcher: its
+  /// resolver's readDeviceInput() first, then its receiveDataBlock.
+  std::function<void(const ZVData &value)> deliverToDispatcher;
 };
 
 /// Replaces the process-wide hooks.

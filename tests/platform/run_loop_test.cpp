@@ -116,4 +116,36 @@ TEST(ZVRunLoopReal, BlocksPostedFromOtherThreadsAndTimersWakeTheLoop) {
   EXPECT_LT(elapsed, std::chrono::seconds(5));
 }
 
+// A timer scheduled from another thread just as the loop goes to sleep must
+// wake it. The helper schedules the next timer the moment the previous one
+// fired (when the loop is on its way back to sleep), with a varying delay to
+// sweep the moment across the loop's bookkeeping. A lost wakeup leaves the
+// loop asleep until its 120 s limit, so the helper's 5 s wait expires.
+TEST(ZVRunLoopReal, TimersScheduledWhileTheLoopFallsAsleepAreNeverMissed) {
+  ZVRunLoop loop;
+  constexpr int kRounds = 20000;
+  std::atomic<int> fired{0};
+  std::atomic<int> lostAt{-1};
+  std::thread scheduler([&] {
+    for (int round = 0; round < kRounds; ++round) {
+      std::atomic<int> spin{0};
+      while (spin.fetch_add(1, std::memory_order_relaxed) < (round * 7) % 300) {
+      }
+      loop.schedule(0.0, [&] { fired.fetch_add(1); });
+      const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+      while (fired.load() <= round) {
+        if (std::chrono::steady_clock::now() > deadline) {
+          lostAt = round;
+          loop.stop();
+          return;
+        }
+      }
+    }
+  });
+  loop.runUntil([&] { return fired.load() == kRounds || lostAt.load() >= 0; }, 120.0);
+  scheduler.join();
+  EXPECT_EQ(lostAt.load(), -1) << "a wakeup was lost; the loop slept until its time limit";
+  EXPECT_EQ(fired.load(), kRounds);
+}
+
 } // namespace

@@ -45,6 +45,7 @@ protected:
         .onPrintFinished =
             [this](int64_t arg) { events.push_back("finished " + std::to_string(arg)); },
         .requestDisconnect = [this] { events.push_back("disconnect"); },
+        .deliverToDispatcher = {},
     });
     processor.setResolverFirmwareBlock([this](const ZVData &ack) {
       events.push_back(ack.at(3) == 0 ? "ack accepted" : "ack rejected");

@@ -12,5 +12,6 @@ void addBoundsCommand(CLI::App &app);
 void addRenderCommand(CLI::App &app);
 void addBarcodeCommand(CLI::App &app);
 void addLabelCommand(CLI::App &app);
+void addScanCommand(CLI::App &app);
 
 } // namespace zvprint

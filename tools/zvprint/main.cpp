@@ -22,6 +22,7 @@ int main(int argc, char **argv) {
   zvprint::addRenderCommand(app);
   zvprint::addLabelCommand(app);
   zvprint::addBarcodeCommand(app);
+  zvprint::addScanCommand(app);
   app.require_subcommand(1);
   app.fallthrough();
 

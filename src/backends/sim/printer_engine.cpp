@@ -51,6 +51,14 @@ std::vector<ZVData> PrinterEngine::receive(std::span<const uint8_t> bytes,
   return replies;
 }
 
+void PrinterEngine::newLink() {
+  if (parser_.pendingBytes() > 0) {
+    note("new link: " + std::to_string(parser_.pendingBytes()) +
+         " bytes of an unfinished command dropped");
+  }
+  parser_ = PrinterStreamParser{};
+}
+
 std::vector<ZVData> PrinterEngine::endOfInput(ZVVirtualPrinterFaults &faults) {
   std::vector<PrinterEvent> events;
   parser_.finish(events);

@@ -32,6 +32,10 @@ public:
   bool printDataInLastReceive() const { return printDataSeen_; }
   bool jobOpen() const { return jobOpen_; }
 
+  /// A new link starts a fresh byte stream: whatever the parser held of a
+  /// half-received frame from the previous link is dropped (and logged).
+  void newLink();
+
   uint8_t statusByte(const ZVVirtualPrinterFaults &faults) const;
   void note(std::string line);
 

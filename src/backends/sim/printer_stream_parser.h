@@ -34,6 +34,8 @@ public:
   void finish(std::vector<PrinterEvent> &events);
   /// Bytes fed so far.
   uint64_t bytesSeen() const { return base_ + buffer_.size(); }
+  /// Bytes held for a command not yet complete.
+  uint64_t pendingBytes() const { return buffer_.size() - pos_; }
 
 private:
   enum class Outcome { Consumed, NeedMore, Garbage };

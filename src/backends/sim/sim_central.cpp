@@ -1,5 +1,6 @@
 #include <zvprinter/ZVSimCentral.h>
 
+#include "backends/sim/sim_call_log.h"
 #include "backends/sim/sim_peripheral.h"
 
 #include <algorithm>
@@ -25,7 +26,8 @@ std::vector<std::string> advertisedServices(const ZVVirtualPrinterConfig &config
 
 } // namespace
 
-ZVSimCentral::ZVSimCentral(ZVRunLoop &loop, bool poweredOn) : loop_(loop) {
+ZVSimCentral::ZVSimCentral(ZVRunLoop &loop, bool poweredOn)
+    : loop_(loop), calls_(std::make_shared<zv::detail::SimCallLog>()) {
   // Like a platform central, the first state arrives a moment after creation.
   loop_.post([this, alive = std::weak_ptr<int>(alive_), poweredOn] {
     if (alive.expired()) return;
@@ -58,7 +60,7 @@ void ZVSimCentral::addPrinter(const std::shared_ptr<ZVVirtualPrinter> &printer) 
   if (!printer) return;
   auto peripheral = std::static_pointer_cast<SimPeripheral>(peripheralFor(printer));
   if (!peripheral) {
-    peripheral = std::make_shared<SimPeripheral>(printer, weak_from_this(), loop_);
+    peripheral = std::make_shared<SimPeripheral>(printer, weak_from_this(), loop_, calls_);
     peripherals_.push_back(peripheral);
   }
   inRange_.insert(printer->identifier());
@@ -87,12 +89,31 @@ void ZVSimCentral::advertiseAgain(const std::shared_ptr<ZVVirtualPrinter> &print
 }
 
 void ZVSimCentral::setPoweredOn(bool on) {
-  const int64_t next = on ? ZVBleCentralStatePoweredOn : ZVBleCentralStatePoweredOff;
+  setState(on ? ZVBleCentralStatePoweredOn : ZVBleCentralStatePoweredOff);
+}
+
+std::vector<std::string> ZVSimCentral::calls() const {
+  return calls_->lines();
+}
+
+void ZVSimCentral::clearCalls() {
+  calls_->clear();
+}
+
+void ZVSimCentral::injectValue(const std::shared_ptr<ZVVirtualPrinter> &printer,
+                               const std::string &uuid, ZVData value, std::optional<ZVError> error,
+                               double delay) {
+  if (auto peripheral = std::static_pointer_cast<SimPeripheral>(peripheralFor(printer))) {
+    peripheral->inject(ZVBleUUIDString(uuid), std::move(value), std::move(error), delay);
+  }
+}
+
+void ZVSimCentral::setState(int64_t next) {
   loop_.post([this, alive = std::weak_ptr<int>(alive_), next] {
     if (alive.expired()) return;
     if (state_ == next) return;
     state_ = next;
-    if (next == ZVBleCentralStatePoweredOff) {
+    if (next != ZVBleCentralStatePoweredOn) {
       scanning_ = false;
       for (const auto &peripheral : peripherals_)
         peripheral->close();
@@ -111,7 +132,7 @@ void ZVSimCentral::report(const std::shared_ptr<SimPeripheral> &peripheral) {
     ZVBleAdvertisement advertisement;
     advertisement.localName = config.advertisedName;
     if (!config.manufacturerData.empty()) advertisement.manufacturerData = config.manufacturerData;
-    advertisement.isConnectable = config.connectable ? 1 : 0;
+    if (config.advertiseConnectableFlag) advertisement.isConnectable = config.connectable ? 1 : 0;
     advertisement.serviceUUIDs = advertisedServices(config);
     if (scanFilter_ && !std::any_of(scanFilter_->begin(), scanFilter_->end(), [&](auto &uuid) {
           return std::find(advertisement.serviceUUIDs.begin(), advertisement.serviceUUIDs.end(),
@@ -126,6 +147,7 @@ void ZVSimCentral::report(const std::shared_ptr<SimPeripheral> &peripheral) {
 
 void ZVSimCentral::scanForPeripherals(const std::optional<std::vector<std::string>> &serviceUUIDs,
                                       bool allowDuplicates) {
+  calls_->add("scanForPeripherals");
   if (state_ != ZVBleCentralStatePoweredOn) return;
   scanning_ = true;
   allowDuplicates_ = allowDuplicates;
@@ -137,13 +159,24 @@ void ZVSimCentral::scanForPeripherals(const std::optional<std::vector<std::strin
 }
 
 void ZVSimCentral::stopScan() {
+  calls_->add("stopScan");
   scanning_ = false;
 }
 
 void ZVSimCentral::connect(const std::shared_ptr<ZVBlePeripheral> &p) {
   auto peripheral = find(p);
-  if (!peripheral || state_ != ZVBleCentralStatePoweredOn) return;
-  if (peripheral->state() != ZVBlePeripheralStateDisconnected) return;
+  const std::string line = "connect " + (p ? p->identifier() : std::string("null"));
+  if (!peripheral || state_ != ZVBleCentralStatePoweredOn) {
+    calls_->add(line + " ignored");
+    return;
+  }
+  // A second request for a peripheral already connecting (or connected)
+  // changes nothing: the first one completes as it would have.
+  if (peripheral->state() != ZVBlePeripheralStateDisconnected) {
+    calls_->add(line + " ignored");
+    return;
+  }
+  calls_->add(line);
   peripheral->setConnecting();
   attempt(peripheral);
 }
@@ -178,6 +211,7 @@ void ZVSimCentral::attempt(const std::shared_ptr<SimPeripheral> &peripheral) {
 }
 
 void ZVSimCentral::cancelPeripheralConnection(const std::shared_ptr<ZVBlePeripheral> &p) {
+  calls_->add("cancelPeripheralConnection " + (p ? p->identifier() : std::string("null")));
   auto peripheral = find(p);
   if (!peripheral) return;
   const bool wasOpen = peripheral->state() == ZVBlePeripheralStateConnected;
@@ -206,6 +240,10 @@ void ZVSimCentral::linkLost(const std::shared_ptr<SimPeripheral> &peripheral) {
 
 std::vector<std::shared_ptr<ZVBlePeripheral>>
 ZVSimCentral::retrievePeripherals(const std::vector<std::string> &identifiers) {
+  std::string line = "retrievePeripherals";
+  for (const auto &identifier : identifiers)
+    line += " " + identifier;
+  calls_->add(line);
   std::vector<std::shared_ptr<ZVBlePeripheral>> found;
   for (const auto &identifier : identifiers) {
     const std::string wanted = ZVBleUUIDString(identifier);

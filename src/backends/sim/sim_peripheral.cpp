@@ -25,8 +25,10 @@ ZVError simError(ZVSimError code, std::string description) {
 }
 
 SimPeripheral::SimPeripheral(std::shared_ptr<ZVVirtualPrinter> printer,
-                             std::weak_ptr<ZVSimCentral> central, ZVRunLoop &loop)
+                             std::weak_ptr<ZVSimCentral> central, ZVRunLoop &loop,
+                             std::shared_ptr<SimCallLog> calls)
     : printer_(std::move(printer)), central_(std::move(central)), loop_(loop),
+      calls_(std::move(calls)),
       schedule_(printer_->config().connectionInterval, printer_->config().packetsPerInterval) {}
 
 SimPeripheral::~SimPeripheral() = default;
@@ -124,8 +126,12 @@ void SimPeripheral::dropLink() {
 }
 
 void SimPeripheral::discoverServices(const std::optional<std::vector<std::string>> &uuids) {
+  calls_->add("discoverServices");
   if (state() != ZVBlePeripheralStateConnected) return;
-  nextEvent([uuids](SimPeripheral &p) {
+  const auto &faults = printer_->faults();
+  if (faults.servicesNeverReported) return;
+  const double late = std::max(0.0, faults.serviceDiscoveryDelay);
+  at(schedule_.nextSlot(loop_.now() + late), [uuids](SimPeripheral &p) {
     p.discovered_.clear();
     for (const auto &entry : p.database_) {
       if (wanted(uuids, entry.service->uuid())) p.discovered_.push_back(entry.service);
@@ -137,6 +143,7 @@ void SimPeripheral::discoverServices(const std::optional<std::vector<std::string
 
 void SimPeripheral::discoverCharacteristics(const std::optional<std::vector<std::string>> &uuids,
                                             const std::shared_ptr<ZVBleService> &service) {
+  calls_->add("discoverCharacteristics " + (service ? service->uuid() : std::string("null")));
   if (state() != ZVBlePeripheralStateConnected || !service) return;
   nextEvent([uuids, service](SimPeripheral &p) {
     const auto entry = std::find_if(p.database_.begin(), p.database_.end(),
@@ -153,6 +160,7 @@ void SimPeripheral::discoverCharacteristics(const std::optional<std::vector<std:
 }
 
 void SimPeripheral::readValue(const std::shared_ptr<ZVBleCharacteristic> &characteristic) {
+  calls_->add("readValue " + (characteristic ? characteristic->uuid() : std::string("null")));
   if (state() != ZVBlePeripheralStateConnected || !characteristic) return;
   nextEvent([characteristic](SimPeripheral &p) {
     std::optional<ZVError> error;
@@ -174,10 +182,14 @@ void SimPeripheral::readValue(const std::shared_ptr<ZVBleCharacteristic> &charac
 
 void SimPeripheral::setNotifyValue(bool enabled,
                                    const std::shared_ptr<ZVBleCharacteristic> &characteristic) {
+  calls_->add("setNotifyValue " + (characteristic ? characteristic->uuid() : std::string("null")) +
+              (enabled ? " 1" : " 0"));
   if (state() != ZVBlePeripheralStateConnected || !characteristic) return;
   nextEvent([enabled, characteristic](SimPeripheral &p) {
     std::optional<ZVError> error;
-    if (characteristic->properties() & kNotify) {
+    if (p.printer_->faults().failedSubscriptions.contains(characteristic->uuid())) {
+      error = simError(ZVSimErrorNotSupported, "subscription refused");
+    } else if (characteristic->properties() & kNotify) {
       characteristic->setNotifying(enabled);
     } else {
       error = simError(ZVSimErrorNotSupported, "characteristic cannot notify");
@@ -189,6 +201,7 @@ void SimPeripheral::setNotifyValue(bool enabled,
 }
 
 void SimPeripheral::readRSSI() {
+  calls_->add("readRSSI");
   if (state() != ZVBlePeripheralStateConnected) return;
   nextEvent([](SimPeripheral &p) {
     auto me = p.self();
@@ -200,6 +213,8 @@ void SimPeripheral::readRSSI() {
 void SimPeripheral::writeValue(const ZVData &value,
                                const std::shared_ptr<ZVBleCharacteristic> &characteristic,
                                int64_t type) {
+  calls_->add("writeValue " + (characteristic ? characteristic->uuid() : std::string("null")) +
+              " " + std::to_string(value.size()) + " " + std::to_string(type));
   // Called from the write queue's thread in real time: hop to the loop.
   std::weak_ptr<SimPeripheral> weak = self();
   loop_.post([weak, value, characteristic, type] {
@@ -238,7 +253,8 @@ void SimPeripheral::transmit(const ZVData &value,
       }
     }
     if (!answer) return;
-    p.nextEvent([=](SimPeripheral &q) {
+    const double ackDelay = std::max(0.0, p.printer_->config().acknowledgementDelay);
+    p.at(p.schedule_.nextSlot(p.loop_.now() + ackDelay), [=](SimPeripheral &q) {
       auto me = q.self();
       q.callDelegate([&](auto &d) { d.didWriteValue(me, characteristic, error); });
     });
@@ -257,6 +273,27 @@ void SimPeripheral::notify(const std::string &uuid, ZVData value) {
         characteristic->setValue(value);
         auto me = p.self();
         p.callDelegate([&](auto &d) { d.didUpdateValue(me, characteristic, std::nullopt); });
+        return;
+      }
+    }
+  });
+}
+
+void SimPeripheral::inject(std::string uuid, ZVData value, std::optional<ZVError> error,
+                           double delay) {
+  if (state() != ZVBlePeripheralStateConnected) return;
+  at(loop_.now() + std::max(0.0, delay), [uuid = std::move(uuid), value = std::move(value),
+                                          error = std::move(error)](SimPeripheral &p) {
+    for (const auto &service : p.discovered_) {
+      for (const auto &characteristic : service->characteristics()) {
+        if (characteristic->uuid() != uuid) continue;
+        // An injected grant is one the host may spend.
+        if (uuid == gatt::kIvtFlowControl && !error && value.size() >= 2 && value[0] == 0x01) {
+          p.printerState().hostCredits += value[1];
+        }
+        characteristic->setValue(value);
+        auto me = p.self();
+        p.callDelegate([&](auto &d) { d.didUpdateValue(me, characteristic, error); });
         return;
       }
     }

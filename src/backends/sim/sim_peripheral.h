@@ -4,6 +4,7 @@
 // with the GATT database of its module and the timing of its link.
 
 #include "backends/sim/link_schedule.h"
+#include "backends/sim/sim_call_log.h"
 
 #include <zvprinter/ZVBlePeripheral.h>
 #include <zvprinter/ZVRunLoop.h>
@@ -24,7 +25,7 @@ ZVError simError(ZVSimError code, std::string description);
 class SimPeripheral final : public ZVBlePeripheral {
 public:
   SimPeripheral(std::shared_ptr<ZVVirtualPrinter> printer, std::weak_ptr<ZVSimCentral> central,
-                ZVRunLoop &loop);
+                ZVRunLoop &loop, std::shared_ptr<SimCallLog> calls);
   ~SimPeripheral() override;
 
   std::string identifier() const override;
@@ -51,6 +52,9 @@ public:
   void notify(const std::string &uuid, ZVData value);
   // Printer side: the link breaks (reported to the central with an error).
   void dropLink();
+  // Test side: @p value on characteristic @p uuid after @p delay seconds,
+  // reported with @p error, whether or not the host subscribed.
+  void inject(std::string uuid, ZVData value, std::optional<ZVError> error, double delay);
 
 private:
   VirtualPrinterState &printerState() const;
@@ -67,6 +71,7 @@ private:
   std::shared_ptr<ZVVirtualPrinter> printer_;
   std::weak_ptr<ZVSimCentral> central_;
   ZVRunLoop &loop_;
+  std::shared_ptr<SimCallLog> calls_;
   std::atomic<int64_t> state_{ZVBlePeripheralStateDisconnected};
   uint64_t generation_ = 0; // bumped when a link opens or closes
   LinkSchedule schedule_;

@@ -19,6 +19,14 @@ ZVVirtualPrinterFaults &ZVVirtualPrinter::faults() {
   return state_->faults;
 }
 
+void ZVVirtualPrinter::setAdvertisedName(std::optional<std::string> name) {
+  state_->config.advertisedName = std::move(name);
+}
+
+void ZVVirtualPrinter::setRSSI(int64_t rssi) {
+  state_->config.rssi = rssi;
+}
+
 const std::string &ZVVirtualPrinter::identifier() const {
   return state_->identifier;
 }

@@ -28,6 +28,9 @@ void VirtualPrinterState::connected(const std::shared_ptr<SimPeripheral> &periph
   hostCredits = 0;
   creditsToReturn = 0;
   lastDataChannel.clear();
+  subscriptions.clear();
+  linkWrites = 0;
+  engine.newLink();
   engine.note("link opened");
 }
 
@@ -40,6 +43,10 @@ void VirtualPrinterState::disconnected() {
 std::string VirtualPrinterState::replyCharacteristic() const {
   if (lastDataChannel == gatt::kIvtWrite) return gatt::kIvtRead;
   if (lastDataChannel == gatt::kIsscWrite) return gatt::kIsscRead;
+  // Before any data: the data-out characteristic the host listens on (a
+  // module with both services answers where the host reads).
+  if (subscriptions.contains(gatt::kIvtRead)) return gatt::kIvtRead;
+  if (subscriptions.contains(gatt::kIsscRead)) return gatt::kIsscRead;
   return config.profile == ZVVirtualPrinterProfile::IVT ? gatt::kIvtRead : gatt::kIsscRead;
 }
 
@@ -90,6 +97,11 @@ void VirtualPrinterState::grantCredits(uint32_t count) {
 
 void VirtualPrinterState::subscribed(const std::string &uuid, bool enabled) {
   engine.note(std::string("notifications ") + (enabled ? "on" : "off") + " for " + uuid);
+  if (enabled) {
+    subscriptions.insert(uuid);
+  } else {
+    subscriptions.erase(uuid);
+  }
   if (uuid != gatt::kIvtFlowControl || !enabled) return;
   // The IVT module announces its chunk size and grants its buffers once the
   // host listens on the flow-control characteristic.
@@ -115,7 +127,8 @@ WriteOutcome VirtualPrinterState::written(const std::string &uuid, const ZVData 
     return {};
   }
   auto &stats = engine.statistics();
-  const uint64_t index = stats.writes++;
+  ++stats.writes;
+  const uint64_t index = linkWrites++;
   WriteOutcome outcome;
   outcome.acknowledged = !faults.lostAcknowledgements.contains(index);
   if (credit == Credit::Spent) {

@@ -9,6 +9,7 @@
 #include <zvprinter/ZVVirtualPrinter.h>
 
 #include <memory>
+#include <set>
 #include <string>
 
 namespace zv::detail {
@@ -68,7 +69,9 @@ struct VirtualPrinterState {
   std::shared_ptr<ZVTimer> creditTimer;
   int64_t hostCredits = 0; // credits the host holds now (IVT)
   uint32_t creditsToReturn = 0;
-  std::string lastDataChannel; // characteristic of the last data write
+  std::string lastDataChannel;         // characteristic of the last data write
+  std::set<std::string> subscriptions; // characteristics the host listens on
+  uint64_t linkWrites = 0;             // data writes on the current link
 };
 
 /// A stable upper-case UUID made from the printer's name and address.
