@@ -23,6 +23,7 @@ int main(int argc, char **argv) {
   zvprint::addLabelCommand(app);
   zvprint::addBarcodeCommand(app);
   zvprint::addScanCommand(app);
+  zvprint::addPrintCommand(app);
   app.require_subcommand(1);
   app.fallthrough();
 
