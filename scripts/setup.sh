@@ -9,7 +9,7 @@ packages=(
   nlohmann-json3-dev libsdbus-c++-dev libcli11-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   python3 python3-skimage python3-pil python3-numpy python3-stdnum
-  python3-dbusmock dbus imagemagick hyperfine
+  imagemagick hyperfine
 )
 
 missing=()
