@@ -5,22 +5,7 @@
 #  3. install into a prefix and build + run a consumer with find_package.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-bash scripts/setup.sh
-
-# Only the tests need these: the BlueZ tests start a private dbus-daemon and
-# python3-dbusmock's bluez5 template on it.
-test_packages=(dbus python3-dbusmock)
-missing=()
-for p in "${test_packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
-done
-if [ ${#missing[@]} -gt 0 ]; then
-  sudo_cmd=()
-  if [ "$(id -u)" -ne 0 ]; then sudo_cmd=(sudo -n); fi
-  "${sudo_cmd[@]}" apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get install -y -qq --no-install-recommends \
-    "${missing[@]}"
-fi
+bash scripts/setup.sh --test
 
 jobs=$(nproc)
 export CTEST_OUTPUT_ON_FAILURE=1
