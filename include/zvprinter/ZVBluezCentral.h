@@ -80,7 +80,16 @@ struct ZVBluezProbe {
 /// - Data characteristics that BlueZ lets us AcquireWrite are written
 ///   without response through the acquired socket; everything else goes
 ///   through WriteValue with type "request" or "command". Notifications are
-///   StartNotify and PropertiesChanged of Value.
+///   StartNotify and PropertiesChanged of Value. A write without response
+///   that BlueZ refuses, or that is longer than the ATT payload BlueZ
+///   reports (MTU - 3, at most 512), ends the link with an error rather than
+///   leave a silent hole in the printer's data.
+/// - Known limit: when the printer also supports Enhanced ATT (BlueZ opens
+///   extra ATT bearers, "EATT channel connected" in bluetoothd's log), BlueZ
+///   5.66 spreads writes without response over the bearers and the printer
+///   may receive chunks out of order. Printer modules seen so far have a
+///   single bearer; a BlueZ-based peripheral has several (set Channels = 1
+///   in the [GATT] section of /etc/bluetooth/main.conf to avoid it).
 ///
 /// Threading: like every ZVBleCentral, members are called on the main queue
 /// of @p loop, and every delegate call is made there. A bus thread of the
