@@ -2,7 +2,8 @@
 # Sets up a fresh Debian 12 machine, then builds and runs every test:
 #  1. g++ build with benchmarks compiled, all tests and saved fuzz corpora;
 #  2. clang build with AddressSanitizer + UndefinedBehaviorSanitizer, all tests;
-#  3. install into a prefix and build + run a consumer with find_package.
+#  3. clang build with ThreadSanitizer, the threaded test programs only;
+#  4. install into a prefix and build + run a consumer with find_package.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh --test
@@ -25,6 +26,17 @@ cmake -S . -B build/ci-asan -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 cmake --build build/ci-asan -j "$jobs"
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
   ctest --test-dir build/ci-asan -j "$jobs" --timeout 600
+
+echo "== clang build with ThreadSanitizer: the tests that run real threads"
+# Only the programs with threaded tests are built, and only those tests run:
+# the write path on its own write thread, the run loop and serial queue.
+cmake -S . -B build/ci-tsan -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_C_COMPILER=clang -DZV_SANITIZE=thread \
+  -DZV_BUILD_TOOLS=OFF
+cmake --build build/ci-tsan -j "$jobs" --target zv_connection_tests zv_platform_tests
+TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
+  ctest --test-dir build/ci-tsan -j "$jobs" --timeout 600 \
+  -R '^(Profiles/ThreadedWritePathTest|ZVRunLoopReal|ZVSerialQueue)\.'
 
 echo "== install and build a consumer against the installed package"
 rm -rf build/ci-prefix build/ci-consumer

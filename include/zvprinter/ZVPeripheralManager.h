@@ -46,7 +46,12 @@ enum ZVBLEVender : int64_t {
 /// sendDataToPrinter(), (total, sent) after each chunk but the last, and
 /// (total, total) once at completion. totalCount() adds the whole buffer
 /// length at each sendDataToPrinter(), so bytes still waiting are counted
-/// twice; a rejected last chunk still ends with (N, N) from the timer.
+/// twice. A report of a chunk is dropped when, by the time it runs, the
+/// buffer is already empty (a pass that took the last chunk too). A rejected
+/// write (ISSC) clears the buffer and totalCount() and calls the failure
+/// callback once; if it was the last chunk, the end-of-send timer it armed
+/// still restores the credit and reports completion with the count left,
+/// (0, 0) unless new bytes were sent since.
 ///
 /// Defined where the module's behaviour leaves it open:
 /// - An FF03 message shorter than its kind needs (kind 1 without a count,

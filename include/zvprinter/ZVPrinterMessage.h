@@ -50,7 +50,7 @@ struct ZV_EXPORT ZVPrinterMessage {
   /// Reads an archive made by encode(). Keys that are missing leave their
   /// field at its default; unknown keys are ignored. Text that is not a
   /// JSON object, or a known key whose value has the wrong type ("_mode" not
-  /// an integer, "_distance" not a number, a name that is not a string),
-  /// gives null.
+  /// an integer that fits 64 bits, "_distance" not a number within float
+  /// range, a text field that is not a string), gives null.
   static std::shared_ptr<ZVPrinterMessage> decode(std::string_view text);
 };

@@ -67,7 +67,7 @@ struct ZVVirtualPrinterConfig {
   bool ivtAnnounceChunkSizeFirst = true;
 
   /// Link model: one connection event every connectionInterval seconds,
-  /// each carrying at most packetsPerInterval packets in either direction;
+  /// each carrying at most packetsPerInterval packets in each direction;
   /// a write longer than attPayloadLimit bytes is refused.
   double connectionInterval = 0.0075;
   uint32_t packetsPerInterval = 4;
@@ -114,7 +114,7 @@ struct ZVVirtualPrinterFaults {
   uint64_t firmwareSilences = 0;
   /// The printer is out of paper: nothing prints, the status says so.
   bool paperOut = false;
-  /// connect() fails at once with an error.
+  /// connect() fails with an error, after connectDelay.
   bool refuseConnection = false;
   /// connect() never completes.
   bool ignoreConnection = false;

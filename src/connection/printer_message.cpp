@@ -2,7 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cmath>
 #include <cstdint>
+#include <limits>
 
 namespace {
 
@@ -39,7 +41,12 @@ std::shared_ptr<ZVPrinterMessage> ZVPrinterMessage::decode(std::string_view text
   }
   if (const auto it = object.find("_distance"); it != object.end() && !it->is_null()) {
     if (!it->is_number()) return nullptr;
-    record->distance = it->get<float>();
+    const double distance = it->get<double>();
+    // Out of float range cannot be a distance this library wrote.
+    if (!std::isfinite(distance) || std::fabs(distance) > std::numeric_limits<float>::max()) {
+      return nullptr;
+    }
+    record->distance = static_cast<float>(distance);
   }
   if (const auto it = object.find("_mode"); it != object.end() && !it->is_null()) {
     if (!it->is_number_integer()) return nullptr;

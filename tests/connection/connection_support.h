@@ -44,6 +44,11 @@ public:
   }
   void didDisconnect(bool orderly) override { add(orderly ? "disconnect 1" : "disconnect 0"); }
 
+  void clear() {
+    events.clear();
+    times.clear();
+    errors.clear();
+  }
   void add(std::string event) {
     events.push_back(std::move(event));
     times.push_back(ZVRunLoop::main().now());

@@ -57,7 +57,7 @@ TEST_F(ProfileTest, IvtStartUpFromTheModulesOwnAnnouncements) {
     EXPECT_EQ(delegate->count("success"), 1u);
     facade().disconnect();
     loop().runFor(0.5);
-    delegate->events.clear();
+    delegate->clear();
   }
 }
 
@@ -109,7 +109,7 @@ TEST_F(ProfileTest, IvtFlowControlMessagesAtStartUp) {
     // Clean slate for the next case.
     central->removePrinter(printer);
     loop().runFor(5.0);
-    delegate->events.clear();
+    delegate->clear();
   }
 }
 
@@ -132,7 +132,7 @@ TEST_F(ProfileTest, AModuleWithBothServicesIsIvt) {
   central->removePrinter(printer);
   loop().runFor(5.0);
   central->addPrinter(printer);
-  delegate->events.clear();
+  delegate->clear();
   facade().connectPrinter(scanFor(printer));
   loop().runFor(0.5);
   ASSERT_TRUE(facade().isConnected());

@@ -1,5 +1,7 @@
 #include "connection/connection_support.h"
 
+#include <zvprinter/ZVAlgorithmManager.h>
+
 namespace zvtest {
 namespace {
 
@@ -213,6 +215,53 @@ TEST_F(WritePathTest, ALinkLostMidSendStopsWritingAndEmptiesTheBuffer) {
   EXPECT_EQ(chunks(), (std::vector<size_t>{127, 127}));
   EXPECT_TRUE(link().totalData().empty());
   EXPECT_EQ(std::count(recorder.reports.begin(), recorder.reports.end(), "fail"), 0);
+}
+
+TEST_F(WritePathTest, AHalfFrameFromADroppedLinkDoesNotSpoilTheNextJob) {
+  constexpr int32_t kWidthBytes = 8;
+  constexpr int32_t kRows = 40;
+  ZVData raster(size_t{kWidthBytes} * kRows);
+  for (size_t i = 0; i < raster.size(); ++i)
+    raster[i] = static_cast<uint8_t>(i * 37 % 251);
+  const ZVData job = ZVAlgorithmManager::managerData(
+      raster.data(), static_cast<int32_t>(raster.size()), kWidthBytes, kRows, 48, true);
+  ZVVirtualPrinter reference;
+  reference.receive(job);
+  reference.endOfInput();
+  const auto frames = reference.statistics().printFrames;
+  ASSERT_GT(job.size(), 127u); // more than one ISSC chunk
+  ASSERT_GE(frames, 1u);
+
+  // The link drops 20 bytes into the first frame.
+  auto printer = connectIssc();
+  ASSERT_TRUE(printer);
+  printer->faults().disconnectAfterBytes = 20;
+  link().sendDataToPrinter(job);
+  loop().runFor(2.0);
+  ASSERT_EQ(delegate->events.back(), "disconnect 0");
+  EXPECT_EQ(printer->statistics().printFrames, 0u);
+
+  // Write faults count from each link: "write 0" is the new link's first.
+  printer->faults().disconnectAfterBytes.reset();
+  printer->faults().rejectedWrites = {0};
+  central->addPrinter(printer);
+  ASSERT_TRUE(connect(printer));
+  recorder = {};
+  recorder.install(link());
+  link().sendDataToPrinter(job);
+  loop().runFor(3.0);
+  const std::string total = std::to_string(job.size());
+  EXPECT_EQ(recorder.reports, (std::vector<std::string>{"(0,0)", "(" + total + ",127)", "fail"}));
+  EXPECT_EQ(printer->statistics().bytesReceived, 20u);
+
+  printer->faults().rejectedWrites.clear();
+  facade().disconnect();
+  loop().runFor(0.5);
+  ASSERT_TRUE(connect(printer)); // a new link gives the spent credit back
+  link().sendDataToPrinter(job);
+  loop().runFor(3.0);
+  EXPECT_EQ(printer->statistics().printFrames, frames);
+  EXPECT_EQ(printer->paperRows(), reference.paperRows());
 }
 
 } // namespace

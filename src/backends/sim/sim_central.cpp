@@ -188,16 +188,19 @@ void ZVSimCentral::attempt(const std::shared_ptr<SimPeripheral> &peripheral) {
   if (faults.ignoreConnection || !inRange_.contains(peripheral->identifier())) return;
   std::weak_ptr<SimPeripheral> weak = peripheral;
   if (faults.refuseConnection || !peripheral->printer()->config().connectable) {
-    loop_.post([this, alive = std::weak_ptr<int>(alive_), weak] {
-      if (alive.expired()) return;
-      auto p = weak.lock();
-      if (!p || p->state() != ZVBlePeripheralStateConnecting) return;
-      p->close();
-      if (auto d = delegate()) {
-        d->didFailToConnectPeripheral(
-            *this, p, zv::detail::simError(ZVSimErrorConnectionRefused, "connection refused"));
-      }
-    });
+    // The refusal takes as long as an answer would.
+    loop_.schedule(peripheral->printer()->config().connectDelay,
+                   [this, alive = std::weak_ptr<int>(alive_), weak] {
+                     if (alive.expired()) return;
+                     auto p = weak.lock();
+                     if (!p || p->state() != ZVBlePeripheralStateConnecting) return;
+                     p->close();
+                     if (auto d = delegate()) {
+                       d->didFailToConnectPeripheral(
+                           *this, p,
+                           zv::detail::simError(ZVSimErrorConnectionRefused, "connection refused"));
+                     }
+                   });
     return;
   }
   loop_.schedule(peripheral->printer()->config().connectDelay,

@@ -239,7 +239,7 @@ void SimPeripheral::transmit(const ZVData &value,
   if (!refusal && !withResponse && characteristic->uuid() == gatt::kIvtWrite) {
     credit = printerState().spendCredit() ? Credit::Spent : Credit::Missing;
   }
-  nextEvent([=](SimPeripheral &p) {
+  at(schedule_.nextSlot(loop_.now(), LinkSchedule::Direction::ToPrinter), [=](SimPeripheral &p) {
     std::optional<ZVError> error = refusal;
     bool answer = withResponse;
     if (refusal) {
