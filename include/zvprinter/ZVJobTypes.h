@@ -69,6 +69,8 @@ enum class ZVJobFailure {
   Stalled,          ///< no data moved for the stall interval
   NeverConfirmed,   ///< all data sent, but the printer never said it printed
   FirmwareRejected, ///< a firmware frame was refused or unanswered too often
+  NoAnswer,         ///< the printer did not answer a query
+  CommandRefused,   ///< the printer answered a query or a setting with ERROR
   Cancelled,        ///< cancel() was called
 };
 

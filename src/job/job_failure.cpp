@@ -30,6 +30,10 @@ const char *ZVJobFailureName(ZVJobFailure failure) {
     return "never-confirmed";
   case ZVJobFailure::FirmwareRejected:
     return "firmware-rejected";
+  case ZVJobFailure::NoAnswer:
+    return "no-answer";
+  case ZVJobFailure::CommandRefused:
+    return "command-refused";
   case ZVJobFailure::Cancelled:
     return "cancelled";
   }

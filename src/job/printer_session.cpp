@@ -91,6 +91,12 @@ std::shared_ptr<ZVTimer> PrinterSession::after(double seconds,
   });
 }
 
+// One deadline per stage: a new stage's timer replaces the last one's.
+void PrinterSession::armStage(double seconds, std::function<void(PrinterSession &)> action) {
+  if (stageTimer_) stageTimer_->invalidate();
+  stageTimer_ = after(seconds, std::move(action));
+}
+
 void PrinterSession::report(ZVJobPhase phase) {
   if (progress_) progress_(ZVJobProgress{phase, 0, 0, attempt_});
 }
@@ -132,9 +138,8 @@ void PrinterSession::waitForBluetooth(double waited) {
   stage_ = Stage::WaitingForBluetooth;
   const int64_t status = ZVConnectInterface::shared().getBluetoothStatus();
   if (status == ZVBluetoothStatusUnknown && waited < kBluetoothStateWait) {
-    stageTimer_ = after(kBluetoothPoll, [waited](PrinterSession &self) {
-      self.waitForBluetooth(waited + kBluetoothPoll);
-    });
+    armStage(kBluetoothPoll,
+             [waited](PrinterSession &self) { self.waitForBluetooth(waited + kBluetoothPoll); });
     return;
   }
   if (auto failure = bluetoothUnusable()) return finishOpening(failure);
@@ -174,7 +179,7 @@ void PrinterSession::chooseTarget() {
   stage_ = Stage::Scanning;
   report(ZVJobPhase::Scanning);
   facade.scanBluetooth();
-  stageTimer_ = after(options_.scanTimeout, [](PrinterSession &self) {
+  armStage(options_.scanTimeout, [](PrinterSession &self) {
     ZVConnectInterface::shared().stopScanBluetooth();
     std::string what = "no printer";
     if (self.target_.kind == ZVPrinterTarget::Kind::Name)
@@ -205,7 +210,7 @@ void PrinterSession::connectAttempt() {
   printerName_ = record_->name.value_or(record_->identifier.value_or("printer"));
   attemptStarted_ = ZVRunLoop::main().now();
   report(ZVJobPhase::Connecting);
-  stageTimer_ = after(options_.attemptTimeout, [](PrinterSession &self) {
+  armStage(options_.attemptTimeout, [](PrinterSession &self) {
     self.attemptFailed("the printer did not finish connecting");
   });
   ZVConnectInterface::shared().connectPrinter(record_);
@@ -230,7 +235,7 @@ void PrinterSession::attemptFailed(const std::string &reason) {
   stage_ = Stage::BetweenAttempts;
   const double now = ZVRunLoop::main().now();
   const double wait = std::max(attemptStarted_ + kStaleTimerMargin - now, kRetryPause);
-  stageTimer_ = after(wait, [](PrinterSession &self) {
+  armStage(wait, [](PrinterSession &self) {
     if (auto failure = bluetoothUnusable()) return self.finishOpening(failure);
     self.connectAttempt();
   });

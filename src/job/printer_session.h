@@ -80,6 +80,7 @@ private:
   void lose(JobFailure failure);
   void report(ZVJobPhase phase);
   std::shared_ptr<ZVTimer> after(double seconds, std::function<void(PrinterSession &)> action);
+  void armStage(double seconds, std::function<void(PrinterSession &)> action);
   void installListeners();
 
   ZVPrinterTarget target_;

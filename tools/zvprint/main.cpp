@@ -24,6 +24,8 @@ int main(int argc, char **argv) {
   zvprint::addBarcodeCommand(app);
   zvprint::addScanCommand(app);
   zvprint::addPrintCommand(app);
+  zvprint::addDeviceCommands(app);
+  zvprint::addFirmwareCommand(app);
   app.require_subcommand(1);
   app.fallthrough();
 

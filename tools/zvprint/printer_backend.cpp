@@ -11,14 +11,21 @@
 #endif
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace zvprint {
 
 void addBackendOptions(CLI::App &command, BackendOptions &options) {
+  // ZVPRINT_BACKEND sets the default, for scripts and tests that must not
+  // reach a real printer by accident.
+  if (const char *preset = std::getenv("ZVPRINT_BACKEND")) {
+    const std::string value = preset;
+    if (value == "auto" || value == "bluez" || value == "sim") options.backend = value;
+  }
   command
       .add_option("--backend", options.backend,
                   "auto (BlueZ when an adapter is powered, else the virtual printer), bluez or "
-                  "sim")
+                  "sim; the default can be set with ZVPRINT_BACKEND")
       ->transform(CLI::IsMember({"auto", "bluez", "sim"}, CLI::ignore_case))
       ->capture_default_str();
   command.add_option("--adapter", options.adapter,
@@ -31,6 +38,27 @@ void addBackendOptions(CLI::App &command, BackendOptions &options) {
 }
 
 namespace {
+
+Backend chooseBackend(const BackendOptions &options);
+
+// Runs the main loop until the central has reported its first state, then
+// exits with a one-line message unless it is powered on.
+void requirePoweredOn(const Backend &backend) {
+  // The manager takes the central (and its delegate role) before the loop
+  // runs, so it hears the first state report too.
+  ZVBluetoothManager::shareInstance();
+  auto &loop = ZVRunLoop::main();
+  loop.runUntil([&] { return backend.central->state() != ZVBleCentralStateUnknown; }, 5.0);
+  if (backend.central->state() == ZVBleCentralStatePoweredOn) return;
+#if ZV_WITH_BLUEZ
+  if (auto bluez = std::dynamic_pointer_cast<ZVBluezCentral>(backend.central)) {
+    const std::string reason = bluez->unavailableReason();
+    if (!reason.empty()) fail(reason);
+  }
+#endif
+  fail("Bluetooth is not available (adapter state " + std::to_string(backend.central->state()) +
+       ")");
+}
 
 Backend simulated(const BackendOptions &options) {
   ZVRunLoop::main().setClock(ZVRunLoop::Clock::Virtual);
@@ -50,6 +78,14 @@ Backend simulated(const BackendOptions &options) {
 } // namespace
 
 Backend installBackend(const BackendOptions &options) {
+  Backend backend = chooseBackend(options);
+  requirePoweredOn(backend);
+  return backend;
+}
+
+namespace {
+
+Backend chooseBackend(const BackendOptions &options) {
   if (options.backend == "sim") return simulated(options);
 #if ZV_WITH_BLUEZ
   const auto probe = ZVBluezCentral::probe({options.adapter, ""});
@@ -72,21 +108,6 @@ Backend installBackend(const BackendOptions &options) {
 #endif
 }
 
-void requirePoweredOn(const Backend &backend) {
-  // The manager takes the central (and its delegate role) before the loop
-  // runs, so it hears the first state report too.
-  ZVBluetoothManager::shareInstance();
-  auto &loop = ZVRunLoop::main();
-  loop.runUntil([&] { return backend.central->state() != ZVBleCentralStateUnknown; }, 5.0);
-  if (backend.central->state() == ZVBleCentralStatePoweredOn) return;
-#if ZV_WITH_BLUEZ
-  if (auto bluez = std::dynamic_pointer_cast<ZVBluezCentral>(backend.central)) {
-    const std::string reason = bluez->unavailableReason();
-    if (!reason.empty()) fail(reason);
-  }
-#endif
-  fail("Bluetooth is not available (adapter state " + std::to_string(backend.central->state()) +
-       ")");
-}
+} // namespace
 
 } // namespace zvprint

@@ -37,14 +37,10 @@ struct Backend {
   std::shared_ptr<ZVBleCentral> central;
 };
 
-/// Makes the library use the chosen backend. Call once, before any
-/// connection call. Exits with a one-line message when --backend bluez
-/// cannot be used (saying what to do about it).
+/// Makes the library use the chosen backend and waits (at most a few
+/// seconds) until its adapter has reported its state. Call once, before any
+/// connection call. Exits with a one-line message saying what to do when the
+/// backend cannot be used (BlueZ missing, adapter off, no permission).
 Backend installBackend(const BackendOptions &options);
-
-/// Runs the main loop until the central has reported its first state (at
-/// most a few seconds), then exits with a one-line message unless it is
-/// powered on.
-void requirePoweredOn(const Backend &backend);
 
 } // namespace zvprint

@@ -31,7 +31,6 @@ void runScan(const ScanOptions &options) {
   const Backend backend = installBackend(options.backend);
   auto &facade = ZVConnectInterface::shared();
   auto &loop = ZVRunLoop::main();
-  requirePoweredOn(backend);
   facade.scanBluetooth();
   loop.runFor(options.seconds);
   facade.stopScanBluetooth();
