@@ -20,7 +20,7 @@ test_packages=(
   python3 python3-skimage python3-pil python3-numpy python3-stdnum
   python3-dbusmock dbus
 )
-bench_packages=(imagemagick hyperfine python3 python3-pil)
+bench_packages=(imagemagick hyperfine time python3 python3-pil)
 
 for arg in "$@"; do
   case "$arg" in

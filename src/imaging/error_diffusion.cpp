@@ -133,6 +133,7 @@ Raster ditherRaster(const Pixels &canvas) {
   std::vector<int32_t> row(width);
   std::vector<int32_t> below(width, 0); // errors collected for the next row
   for (uint32_t y = 0; y < canvas.height; ++y) {
+    canvas.awaitRows(y + 1);
     startRow(canvas.row(y), below.data(), row.data(), width);
     uint8_t *out = raster.bytes.data() + size_t(raster.bytesPerRow) * y;
     if (y + 1 < canvas.height) {

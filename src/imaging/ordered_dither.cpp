@@ -112,6 +112,8 @@ Raster clusterRaster(const Pixels &canvas) {
   // Without SSE2 that is the whole row.
   std::vector<uint8_t> gray(bytesPerRow * 8);
   for (uint32_t y = 0; y < canvas.height; ++y) {
+    // The groups at the end of a row read on into the next one.
+    canvas.awaitRows(y + 2);
     const auto &thresholds = kClusterThresholds[y % 8];
     uint8_t *out = raster.bytes.data() + bytesPerRow * y;
     uint32_t x = 0;

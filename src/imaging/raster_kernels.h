@@ -13,6 +13,7 @@
 // transcription).
 
 #include "platform/canvas.h"
+#include "platform/row_gate.h"
 
 #include <array>
 #include <cstdint>
@@ -22,16 +23,26 @@ namespace zv::detail {
 
 /// Borrowed premultiplied RGBA pixels: a canvas, or an opaque image (for
 /// which premultiplying changes nothing, so it serves as its own canvas).
+///
+/// With a gate, the rows are still being decoded on another thread: a kernel
+/// calls awaitRows() before it reads a row, and so starts converting the top
+/// of the image while the rest is decoded.
 struct Pixels {
   const uint8_t *data = nullptr;
   uint32_t width = 0;
   uint32_t height = 0;
+  const RowGate *gate = nullptr;
 
-  Pixels(const uint8_t *bytes, uint32_t w, uint32_t h) : data(bytes), width(w), height(h) {}
+  Pixels(const uint8_t *bytes, uint32_t w, uint32_t h, const RowGate *rowGate = nullptr)
+      : data(bytes), width(w), height(h), gate(rowGate) {}
   Pixels(const Canvas &canvas) // implicit: a canvas is such pixels
       : Pixels(canvas.pixels.data(), canvas.width, canvas.height) {}
 
   const uint8_t *row(uint32_t y) const { return data + size_t{y} * width * 4; }
+  /// Blocks until rows [0, @p end) (at most the height) may be read.
+  void awaitRows(uint32_t end) const {
+    if (gate != nullptr) gate->await(end < height ? end : height);
+  }
 };
 
 struct Raster {

@@ -14,12 +14,14 @@ Raster makeRaster(uint32_t width, uint32_t height) {
   return raster;
 }
 
-GrayHistogram histogramWeightedHistogram(const Pixels &canvas) {
-  // Interleaved histograms: neighbouring pixels of a photo often share a
-  // level, and one counter per level would serialise on it.
-  std::array<GrayHistogram, 4> partial{};
-  const uint8_t *px = canvas.data;
-  const size_t count = size_t{canvas.width} * canvas.height;
+namespace {
+
+using PartialHistograms = std::array<GrayHistogram, 4>;
+
+// Counts @p count pixels from @p px into the interleaved histograms:
+// neighbouring pixels of a photo often share a level, and one counter per
+// level would serialise on it.
+void countGrays(const uint8_t *px, size_t count, PartialHistograms &partial) {
   size_t i = 0;
 #if ZV_IMAGING_SSE2
   using namespace sse2;
@@ -48,6 +50,20 @@ GrayHistogram histogramWeightedHistogram(const Pixels &canvas) {
 #endif
   for (; i < count; ++i, px += 4)
     ++partial[0][histogramGray(px[0], px[1], px[2])];
+}
+
+// Rows counted per wait for rows still being decoded.
+constexpr uint32_t kHistogramBand = 64;
+
+} // namespace
+
+GrayHistogram histogramWeightedHistogram(const Pixels &canvas) {
+  PartialHistograms partial{};
+  for (uint32_t y = 0; y < canvas.height; y += kHistogramBand) {
+    const uint32_t end = std::min(canvas.height, y + kHistogramBand);
+    canvas.awaitRows(end);
+    countGrays(canvas.row(y), size_t{canvas.width} * (end - y), partial);
+  }
   GrayHistogram histogram{};
   for (size_t v = 0; v < 256; ++v)
     histogram[v] = partial[0][v] + partial[1][v] + partial[2][v] + partial[3][v];
@@ -91,6 +107,7 @@ Raster thresholdRaster(const Pixels &canvas, uint64_t threshold) {
       _mm_set1_epi32(static_cast<int32_t>((std::min<uint64_t>(threshold, 255) + 1) * 100000));
 #endif
   for (uint32_t y = 0; y < canvas.height; ++y) {
+    canvas.awaitRows(y + 1);
     const uint8_t *px = canvas.row(y);
     uint8_t *out = raster.bytes.data() + size_t(raster.bytesPerRow) * y;
     uint32_t x = 0;

@@ -38,14 +38,7 @@ std::optional<ZVImage> ZVImage::fromRGBA(uint32_t width, uint32_t height, ZVData
 
 std::optional<ZVImage> ZVImage::fromEncoded(std::span<const uint8_t> bytes, std::string *error) {
   zv::detail::DecodeError reason;
-  std::optional<zv::detail::DecodedPixels> pixels;
-  if (zv::detail::looksLikePNG(bytes)) {
-    pixels = zv::detail::decodePNG(bytes, reason);
-  } else if (zv::detail::looksLikeJPEG(bytes)) {
-    pixels = zv::detail::decodeJPEG(bytes, reason);
-  } else {
-    reason = bytes.empty() ? "empty file" : "not a PNG or JPEG image";
-  }
+  auto pixels = zv::detail::decodeWhole(bytes, reason);
   if (!pixels) {
     report(error, reason);
     return std::nullopt;

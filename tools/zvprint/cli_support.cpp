@@ -18,10 +18,22 @@ ZVImage loadImage(const std::string &path) {
 }
 
 ZVData readFile(const std::string &path) {
-  std::ifstream file(path, std::ios::binary);
+  // Far more than any image or print job; stops a huge file from being read
+  // into memory whole.
+  constexpr std::streamoff kMaxFileBytes = std::streamoff{1} << 30;
+  std::ifstream file(path, std::ios::binary | std::ios::ate);
   if (!file) fail("cannot open " + path);
-  ZVData bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (file.bad()) fail("cannot read " + path);
+  const std::streamoff size = file.tellg();
+  if (size > kMaxFileBytes) fail("cannot read " + path + ": larger than 1 GiB");
+  if (size < 0) { // not seekable (a pipe): read to the end
+    file.clear();
+    ZVData bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    if (file.bad()) fail("cannot read " + path);
+    return bytes;
+  }
+  ZVData bytes(static_cast<size_t>(size));
+  file.seekg(0);
+  if (!file.read(reinterpret_cast<char *>(bytes.data()), size)) fail("cannot read " + path);
   return bytes;
 }
 

@@ -4,6 +4,8 @@
 
 #include <zvprinter/ZVBitmapManager.h>
 
+#include "imaging/streamed_conversion.h"
+
 #include <memory>
 
 namespace zvprint {
@@ -24,10 +26,19 @@ void runConvert(const ConvertOptions &options) {
     fail("--mode must be 0, 1, 2, threshold, dither or cluster");
   if (options.compress != 48 && options.compress != 0)
     fail("--compress must be 48 (LZO1X) or 0 (raw raster)");
-  const ZVImage image = loadImage(options.image);
-  const auto data = ZVBitmapManager::generateGenralDataWithImage(
-      image, options.watermark, options.mode, options.compress, options.package);
-  if (!data) fail("cannot draw " + options.image);
+  std::optional<ZVData> data;
+  if (options.watermark) {
+    const ZVImage image = loadImage(options.image);
+    data = ZVBitmapManager::generateGenralDataWithImage(image, true, options.mode, options.compress,
+                                                        options.package);
+    if (!data) fail("cannot draw " + options.image);
+  } else {
+    // Decoded on a second thread while the top of the image is converted.
+    std::string error;
+    data = zv::detail::printDataOfEncoded(readFile(options.image), options.mode, options.compress,
+                                          options.package, error);
+    if (!data) fail(options.image + ": " + error);
+  }
   if (data->empty()) fail("no print data for " + options.image);
   writeFile(options.output, *data);
 }
