@@ -89,6 +89,7 @@ struct ZVBluezCentral::Impl : std::enable_shared_from_this<ZVBluezCentral::Impl>
   std::string busDetail;
 
   bool scanning = false;
+  bool discoveryStarted = false; // StartDiscovery sent for the current scan
   bool allowDuplicates = false;
   std::optional<std::vector<std::string>> scanFilter;
   struct Reported {

@@ -50,7 +50,10 @@ void ZVBluezCentral::scanForPeripherals(const std::optional<std::vector<std::str
 void ZVBluezCentral::stopScan() {
   if (!impl_->scanning) return;
   impl_->scanning = false;
-  if (impl_->bus && !impl_->adapterPath.empty()) {
+  // Only a discovery we started is stopped (BlueZ answers a stop without a
+  // start with org.bluez.Error.Failed).
+  if (impl_->discoveryStarted && impl_->bus && !impl_->adapterPath.empty()) {
+    impl_->discoveryStarted = false;
     impl_->bus->call(
         impl_->adapterPath, bluez::kAdapter, "StopDiscovery", {},
         [](sdbus::MethodReply &, const sdbus::Error *e) { logFailure("StopDiscovery", e); });
@@ -78,6 +81,7 @@ void ZVBluezCentral::Impl::startDiscovery() {
         // Started after the filter is in place, so the first results obey it.
         postTo(*queue, weak, [adapter](Impl &self) {
           if (!self.scanning || self.adapterPath != adapter) return;
+          self.discoveryStarted = true;
           self.bus->call(
               adapter, bluez::kAdapter, "StartDiscovery", {},
               [](sdbus::MethodReply &, const sdbus::Error *e) { logFailure("StartDiscovery", e); });
