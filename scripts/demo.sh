@@ -18,5 +18,5 @@ mkdir -p out
 "$zvprint" --version
 # Scan, connect, convert, write through the dispatcher and the link's flow
 # control, and wait for the printer's confirmation (exit 0 only then).
-"$zvprint" print "$sample" --mode dither --paper out/paper.png
+"$zvprint" print "$sample" --backend sim --mode dither --paper out/paper.png
 echo "The printed paper is in $PWD/out/paper.png"

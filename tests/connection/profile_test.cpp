@@ -5,24 +5,6 @@
 namespace zvtest {
 namespace {
 
-// Records what reaches the dispatcher's resolver.
-class RoutedResolver : public ZVDataResolver {
-public:
-  explicit RoutedResolver(std::vector<std::string> &routed) : routed_(routed) {}
-  void readDeviceInput(const ZVData &value) override {
-    routed_.push_back("dispatcher " + std::to_string(value.size()));
-  }
-  ZVResolvedBlock resolvedBlock() const override { return {}; }
-  void setResolvedBlock(ZVResolvedBlock) override {}
-
-private:
-  std::vector<std::string> &routed_;
-};
-
-} // namespace
-
-namespace {
-
 using ProfileTest = ConnectionTest;
 
 TEST_F(ProfileTest, IsscStartUp) {
@@ -155,7 +137,7 @@ TEST_F(ProfileTest, AModuleWithBothServicesIsIvt) {
   loop().runFor(0.5);
   ASSERT_TRUE(facade().isConnected());
   std::vector<std::string> routed;
-  ZVDataDispatcher::shared().autoTarvoDeviceStateBlock(
+  ZVDataDispatcher::shared().setAutoTarvoStateBlock(
       [&](int64_t status) { routed.push_back("status " + std::to_string(status)); });
   const std::string query = "\x1b!?\r\n";
   link().sendDataToPrinter(ZVData(query.begin(), query.end()));
@@ -166,14 +148,21 @@ TEST_F(ProfileTest, AModuleWithBothServicesIsIvt) {
 TEST_F(ProfileTest, IncomingValuesAreRoutedInOrderOnlyFromTheReadCharacteristic) {
   auto printer = addPrinter();
   std::vector<std::string> routed;
-  ZVDataDispatcher &dispatcher = ZVDataDispatcher::shared();
-  dispatcher.autoTarvoDeviceStateBlock([&](int64_t status) {
+  auto &dispatcher = ZVDataDispatcher::shared();
+  const auto armReceive = [&] {
+    dispatcher.setReceiveDataBlock([&](const ZVData &value) {
+      routed.push_back("dispatcher " + std::to_string(value.size()));
+    });
+  };
+  // The processor clears the raw receive block before it reports a status;
+  // the block is armed again so the dispatcher's own delivery shows after it.
+  dispatcher.setAutoTarvoStateBlock([&](int64_t status) {
     if (!dispatcher.receiveDataBlock()) routed.push_back("clear");
     routed.push_back("status " + std::to_string(status));
+    armReceive();
   });
-  dispatcher.setResolver(std::make_shared<RoutedResolver>(routed));
+  armReceive();
   ASSERT_TRUE(connect(printer));
-  dispatcher.receiveBluetoothDataBlock([&](const ZVData &) { routed.push_back("raw"); });
 
   const std::string status = std::string("tarvo_sta=") + '\x81';
   central->injectValue(printer, kIsscRead, ZVData(status.begin(), status.end()));
@@ -195,7 +184,8 @@ TEST_F(ProfileTest, ValuesBeforeTheLinkIsUsableAreNotPassedOn) {
   auto printer = addPrinter(ivtConfig());
   printer->faults().silent = true;
   std::vector<std::string> routed;
-  ZVDataDispatcher::shared().setResolver(std::make_shared<RoutedResolver>(routed));
+  ZVDataDispatcher::shared().setReceiveDataBlock(
+      [&](const ZVData &) { routed.push_back("dispatcher"); });
   facade().connectPrinter(scanFor(printer));
   loop().runFor(0.5);
   central->injectValue(printer, "FF01", {1, 2, 3});

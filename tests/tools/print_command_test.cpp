@@ -26,7 +26,9 @@ struct Outcome {
 };
 
 Outcome run(const std::string &arguments) {
-  const std::string command = zvprint().string() + " " + arguments + " 2>&1";
+  // Always the virtual printer, even on a machine with a powered adapter.
+  const std::string command =
+      "ZVPRINT_BACKEND=sim " + zvprint().string() + " " + arguments + " 2>&1";
   Outcome result{-1, {}};
   FILE *pipe = popen(command.c_str(), "r");
   if (!pipe) return result;

@@ -1,10 +1,10 @@
 // zvprint status, info and wifi: questions to the printer and its Wi-Fi
 // settings, each answered or failed with a reason.
 
-#include "backend_options.h"
 #include "cli_support.h"
 #include "commands.h"
 #include "job_output.h"
+#include "printer_backend.h"
 
 #include <zvprinter/ZVPrinterQuery.h>
 
@@ -38,7 +38,7 @@ void addCommon(CLI::App &command, DeviceOptions &options) {
 
 std::vector<std::string> ask(const DeviceOptions &options, std::vector<ZVPrinterRequest> requests,
                              const std::string &what) {
-  configurePlatform(options.backend);
+  installBackend(options.backend);
   if (requests.empty()) fail(what + ": nothing to send (a value cannot be encoded)");
   ZVPrinterQueryOptions queryOptions;
   queryOptions.printer = ZVPrinterTarget::fromText(options.printer);

@@ -1,10 +1,10 @@
 // zvprint firmware: sends a firmware image in acknowledged frames; exit 0
 // only when the printer accepted every frame.
 
-#include "backend_options.h"
 #include "cli_support.h"
 #include "commands.h"
 #include "job_output.h"
+#include "printer_backend.h"
 
 #include <zvprinter/ZVFirmwareJob.h>
 
@@ -24,7 +24,7 @@ struct FirmwareOptions {
 void update(const FirmwareOptions &options) {
   const ZVData image = readFile(options.file);
   if (image.empty()) fail(options.file + " is empty");
-  configurePlatform(options.backend);
+  installBackend(options.backend);
   ZVFirmwareJobOptions jobOptions;
   jobOptions.printer = ZVPrinterTarget::fromText(options.printer);
   ZVFirmwareJob job = ZVFirmwareJob::forImage(image, jobOptions);

@@ -22,10 +22,10 @@ int main(int argc, char **argv) {
   zvprint::addRenderCommand(app);
   zvprint::addLabelCommand(app);
   zvprint::addBarcodeCommand(app);
+  zvprint::addScanCommand(app);
   zvprint::addPrintCommand(app);
   zvprint::addDeviceCommands(app);
   zvprint::addFirmwareCommand(app);
-  zvprint::addScanCommand(app);
   app.require_subcommand(1);
   app.fallthrough();
 

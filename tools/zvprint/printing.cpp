@@ -18,8 +18,7 @@ void addPrintingOptions(CLI::App &command, PrintingOptions &options) {
 }
 
 void printBytes(const ZVData &data, const PrintingOptions &options, const Backend &backend) {
-  const auto printer = backend.virtualPrinters.empty() ? nullptr : backend.virtualPrinters.front();
-  if (!options.paper.empty() && !printer) fail("--paper needs the virtual printer");
+  if (!options.paper.empty() && !backend.virtualPrinter) fail("--paper needs the virtual printer");
   ZVPrintJobOptions jobOptions;
   jobOptions.printer = ZVPrinterTarget::fromText(options.printer);
   ZVPrintJob job(data, jobOptions);
@@ -28,9 +27,10 @@ void printBytes(const ZVData &data, const PrintingOptions &options, const Backen
   const ZVJobResult result = job.run();
 
   std::string paperNote;
-  if (!options.paper.empty() && printer->paperImage()) {
+  if (!options.paper.empty() && backend.virtualPrinter->paperImage()) {
     std::string error;
-    if (!printer->writePaperPNG(options.paper, &error)) fail(options.paper + ": " + error);
+    if (!backend.virtualPrinter->writePaperPNG(options.paper, &error))
+      fail(options.paper + ": " + error);
     paperNote = ", paper in " + options.paper;
   }
   output.finish(result,

@@ -4,8 +4,8 @@
 // `label --print`: the printer options, the job, the paper of the virtual
 // printer, and the outcome as the exit status.
 
-#include "backend_options.h"
 #include "job_output.h"
+#include "printer_backend.h"
 
 #include <zvprinter/ZVTypes.h>
 
@@ -27,7 +27,7 @@ void addPrintingOptions(CLI::App &command, PrintingOptions &options);
 
 /// Prints @p data as one job and waits for the printer's confirmation;
 /// throws CommandFailure unless the printer confirmed it. @p backend must
-/// have been installed with configurePlatform().
+/// have been installed with installBackend().
 void printBytes(const ZVData &data, const PrintingOptions &options, const Backend &backend);
 
 } // namespace zvprint
