@@ -68,7 +68,7 @@ void JobRun::end() {
   // A job that failed after sending leaves the link in an unknown state
   // (a refused write keeps its credit spent), so it is closed.
   const bool failedAfterSending = !result_.succeeded && !result_.nothingSent;
-  session_->close(true, failedAfterSending);
+  session_->close(failedAfterSending);
   report(ZVJobPhase::Finished, result_.bytesSent, result_.bytesTotal);
   auto keepAlive = std::move(self_);
   if (auto completion = std::exchange(completion_, {})) completion(result_);

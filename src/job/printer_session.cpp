@@ -296,7 +296,7 @@ void PrinterSession::lose(JobFailure failure) {
   if (events_.lost) events_.lost(std::move(failure));
 }
 
-void PrinterSession::close(bool disconnect, bool force) {
+void PrinterSession::close(bool force) {
   const bool wasOpen = open_;
   open_ = false;
   if (stage_ == Stage::Scanning) ZVConnectInterface::shared().stopScanBluetooth();
@@ -313,7 +313,8 @@ void PrinterSession::close(bool disconnect, bool force) {
     dispatcher.setPrintImageCompleteBlock(std::move(previousPrinted_));
     dispatcher.setResolver(std::move(previousResolver_));
   }
-  if (wasOpen && disconnect && (openedLink_ || force)) ZVConnectInterface::shared().disconnect();
+  const bool ours = openedLink_ && options_.disconnectWhenDone;
+  if (wasOpen && (ours || force)) ZVConnectInterface::shared().disconnect();
 }
 
 } // namespace zv::detail

@@ -45,8 +45,8 @@ public:
   void open(Opened opened);
   void setEvents(Events events) { events_ = std::move(events); }
   /// Puts back the previous delegate and callbacks; closes the link when
-  /// @p disconnect and this session opened it (or @p force).
-  void close(bool disconnect, bool force = false);
+  /// this session opened it and the options say so, or when @p force.
+  void close(bool force);
 
   int attempts() const { return attempt_; }
   const std::string &printerName() const { return printerName_; }

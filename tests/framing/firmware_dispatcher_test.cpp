@@ -32,6 +32,7 @@ struct Transfer {
     sender->setSendProgressBlock({});
     sender->setSendFailedBlock({});
     if (sender->timer()) sender->timer()->invalidate();
+    sender->setTimer(nullptr); // the pending timer holds the sender
   }
   void step(char event) {
     switch (event) {

@@ -116,3 +116,23 @@ TEST(PrintJobConnect, EmptyJobIsRefusedBeforeConnecting) {
 }
 
 } // namespace
+
+namespace {
+
+TEST(PrintJobConnect, ClosesOnlyTheLinkItOpened) {
+  for (const bool borrowed : {false, true}) {
+    EXPECT_EXIT(
+        {
+          zvtest::JobRig rig;
+          if (borrowed && !rig.connectThroughFacade()->connected) std::exit(2);
+          const ZVJobResult result = ZVPrintJob(kJob).run();
+          ZVRunLoop::main().runFor(1);
+          const bool stillConnected = ZVConnectInterface::shared().isConnected();
+          std::exit(result.succeeded && stillConnected == borrowed ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "")
+        << (borrowed ? "borrowed" : "opened by the job");
+  }
+}
+
+} // namespace

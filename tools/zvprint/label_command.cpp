@@ -172,7 +172,8 @@ void addLabelCommand(CLI::App &app) {
       ->check(CLI::Range(int64_t{1}, int64_t{999999999}))
       ->capture_default_str();
   command->callback([options] {
-    if (options->output.empty() && !options->print) fail("label: give -o FILE, --print, or both");
+    if (options->output.empty() && !options->print)
+      fail("label: --output is required unless --print is given", 2);
     writeLabel(*options);
   });
 }
