@@ -6,8 +6,9 @@
 // Input: one byte that seeds the piece sizes, then the byte stream.
 #include <zvprinter/ZVTarvoDataProcessor.h>
 
-#include "replies/reply_hooks.h"
 #include "replies/tarvo_replies.h"
+
+#include <zvprinter/ZVDataDispatcher.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -110,22 +111,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
   // The processor sees the same pieces; its status reports must match.
   ZVTarvoDataProcessor processor;
   std::size_t processorStatuses = 0;
-  bool cleared = false;
-  ReplyHooks hooks;
-  hooks.clearReceiveDataBlock = [&] { cleared = true; };
-  hooks.onStatus = [&](int64_t status) {
-    check(cleared && status >= 0 && status <= 0x7F, "status after clearing, top bit cleared");
-    cleared = false;
+  // A receive callback armed before every piece must be gone by the time a
+  // recognised reply is reported.
+  ZVDataDispatcher &dispatcher = ZVDataDispatcher::shared();
+  const auto cleared = [&dispatcher] { return !dispatcher.receiveDataBlock(); };
+  dispatcher.setAutoTarvoStateBlock([&](int64_t status) {
+    check(cleared() && status >= 0 && status <= 0x7F, "status after clearing, top bit cleared");
     ++processorStatuses;
-  };
-  hooks.onPrintFinished = [&](int64_t arg) {
-    check(cleared && arg == 0, "print finished after clearing, with 0");
-    cleared = false;
-  };
-  setReplyHooks(hooks);
+  });
+  dispatcher.setPrintImageCompleteBlock(
+      [&](int64_t arg) { check(cleared() && arg == 0, "print finished after clearing, with 0"); });
   processor.setResolverFirmwareBlock([&](const ZVData &ack) {
-    check(cleared && ack.size() == 5, "acknowledgement after clearing, 5 bytes");
-    cleared = false;
+    check(cleared() && ack.size() == 5, "acknowledgement after clearing, 5 bytes");
   });
 
   std::size_t fed = 0;
@@ -134,6 +131,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     const ZVData piece(stream.begin() + static_cast<std::ptrdiff_t>(fed),
                        stream.begin() + static_cast<std::ptrdiff_t>(fed + n));
     resolver.readDeviceInput(piece);
+    dispatcher.setReceiveDataBlock([](const ZVData &) {});
     processor.doReadData(piece);
     fed += n;
 
@@ -149,6 +147,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     check(couldBecomeReply(pending), "only an incomplete reply stays buffered");
   }
   check(statuses == processorStatuses, "the processor reports every status");
-  setReplyHooks({});
+  dispatcher.setAutoTarvoStateBlock({});
+  dispatcher.setPrintImageCompleteBlock({});
+  dispatcher.setReceiveDataBlock({});
   return 0;
 }

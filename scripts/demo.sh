@@ -16,7 +16,7 @@ sample=${1:-examples/data/astronaut.jpg}
 zvprint=$build/tools/zvprint/zvprint
 mkdir -p out
 "$zvprint" --version
-"$zvprint" convert "$sample" --mode dither --package -o out/sample.bin
-echo "print data: out/sample.bin ($(stat -c %s out/sample.bin) bytes)"
-"$zvprint" render out/sample.bin -o out/paper.png
+# Scan, connect, convert, write through the dispatcher and the link's flow
+# control, and wait for the printer's confirmation (exit 0 only then).
+"$zvprint" print "$sample" --backend sim --mode dither --paper out/paper.png
 echo "The printed paper is in $PWD/out/paper.png"

@@ -29,6 +29,7 @@
 #include <zvprinter/ZVPacker.h>
 #include <zvprinter/ZVPeripheralManager.h>
 #include <zvprinter/ZVPlatform.h>
+#include <zvprinter/ZVPrintImage.h>
 #include <zvprinter/ZVPrinterC.h>
 #include <zvprinter/ZVPrinterMessage.h>
 #include <zvprinter/ZVRunLoop.h>

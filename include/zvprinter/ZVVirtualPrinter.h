@@ -159,7 +159,11 @@ struct ZVVirtualPrinterStatistics {
 ///   switches that off.
 /// - print finished: "dithering_finis" + 0x00, once a job has printed and no
 ///   print data has arrived for printFinishDelay seconds (TSPL jobs finish
-///   at PRINT). Nothing is sent for a job that found the paper out.
+///   at PRINT); input still incomplete then (a frame cut short) is dropped.
+///   Nothing is sent for a job that found the paper out, nor for one with
+///   damaged input (a stream error since the previous job ended: a frame cut
+///   short, bytes it could not parse): the printer does not vouch for a job
+///   it could not read whole.
 /// - firmware frame: ESC FS & then five bytes A0..A4: A0..A2 the low 24 bits
 ///   of the frame's offset (little-endian), A3 the result, A4 = 0. Results:
 ///   0 accepted, 1 checksum mismatch, 2 image too large (over 16 MiB),

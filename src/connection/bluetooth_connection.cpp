@@ -3,9 +3,8 @@
 
 #include <zvprinter/ZVBluetoothManager.h>
 #include <zvprinter/ZVConnectInterface.h>
+#include <zvprinter/ZVDataDispatcher.h>
 #include <zvprinter/ZVPeripheralManager.h>
-
-#include "replies/reply_hooks.h"
 
 namespace {
 
@@ -156,7 +155,8 @@ void ZVBluetoothManager::didDisconnectPeripheral(ZVBleCentral &,
   auto &interface = facade();
   interface.setIsConnected(false);
   interface.setDeviceConnected(nullptr);
-  zv::detail::callHook(zv::detail::replyHooks().clearReceiveDataBlock);
+  if (ZVDataDispatcher &dispatcher = ZVDataDispatcher::shared(); dispatcher.receiveDataBlock())
+    dispatcher.setReceiveDataBlock({});
   if (isConnectFail_) return;
   if (auto delegate = interface.delegate()) delegate->didDisconnect(!error.has_value());
 }

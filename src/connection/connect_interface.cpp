@@ -1,20 +1,12 @@
 #include <zvprinter/ZVBluetoothManager.h>
 #include <zvprinter/ZVConnectInterface.h>
 
-#include "replies/reply_hooks.h"
-
 ZVConnectInterface &ZVConnectInterface::shared() {
   static ZVConnectInterface interface;
   return interface;
 }
 
-ZVConnectInterface::ZVConnectInterface() : bleManager_(&ZVBluetoothManager::shareInstance()) {
-  // The printer's "Disconnect_B" reply closes the link through the facade.
-  // This is the one place the connection side installs a reply hook.
-  auto hooks = zv::detail::replyHooks();
-  hooks.requestDisconnect = [] { ZVConnectInterface::shared().disconnect(); };
-  zv::detail::setReplyHooks(std::move(hooks));
-}
+ZVConnectInterface::ZVConnectInterface() : bleManager_(&ZVBluetoothManager::shareInstance()) {}
 
 void ZVConnectInterface::scanBluetooth() {
   bleManager_->scanBluetooth();

@@ -3,10 +3,10 @@
 
 #include <zvprinter/ZVBluetoothManager.h>
 #include <zvprinter/ZVConnectInterface.h>
+#include <zvprinter/ZVDataDispatcher.h>
 #include <zvprinter/ZVPeripheralManager.h>
 
 #include "connection/gatt_uuids.h"
-#include "replies/reply_hooks.h"
 
 #include <algorithm>
 
@@ -223,7 +223,9 @@ void ZVPeripheralManager::didUpdateValue(const std::shared_ptr<ZVBlePeripheral> 
     } else if (isReadCharacteristic(characteristic->uuid()) && !characteristic->value().empty()) {
       const ZVData value = characteristic->value();
       if (const auto processor = processer_) processor->doReadData(value);
-      zv::detail::callHook(zv::detail::replyHooks().deliverToDispatcher, value);
+      ZVDataDispatcher &dispatcher = ZVDataDispatcher::shared();
+      if (const auto resolver = dispatcher.resolver()) resolver->readDeviceInput(value);
+      if (const auto receive = dispatcher.receiveDataBlock()) receive(value);
     }
   }
   if (BLEVender_ == ZVBLEVenderISSC) ISSCdidUpdateValueForCharacteristic(characteristic, p);

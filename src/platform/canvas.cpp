@@ -5,6 +5,7 @@
 #include <pixman.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -57,6 +58,26 @@ void premultiplyInPlace(uint8_t *pixels, size_t pixelCount) {
   if (i < pixelCount) premultiplyInto(pixels + i * 4, pixels + i * 4, 1);
 }
 
+// Averaging uses a box sampling kernel as wide as one canvas pixel in source
+// pixels, reconstructed linearly, with 16 sub-pixel phases: each canvas pixel
+// becomes the mean of the source pixels under it. Only reductions need it.
+void setFilter(pixman_image_t *source, Resampling resampling, double xRatio, double yRatio) {
+  if (resampling == Resampling::Averaging && (xRatio > 1.0 || yRatio > 1.0)) {
+    int count = 0;
+    pixman_fixed_t *params = pixman_filter_create_separable_convolution(
+        &count, pixman_double_to_fixed(std::max(xRatio, 1.0)),
+        pixman_double_to_fixed(std::max(yRatio, 1.0)), PIXMAN_KERNEL_LINEAR, PIXMAN_KERNEL_LINEAR,
+        PIXMAN_KERNEL_BOX, PIXMAN_KERNEL_BOX, 4, 4);
+    if (params) {
+      const bool set =
+          pixman_image_set_filter(source, PIXMAN_FILTER_SEPARABLE_CONVOLUTION, params, count);
+      std::free(params);
+      if (set) return;
+    }
+  }
+  pixman_image_set_filter(source, PIXMAN_FILTER_BILINEAR, nullptr, 0);
+}
+
 } // namespace
 
 bool isOpaque(const ZVImage &image) {
@@ -92,7 +113,7 @@ void fillCanvas(Canvas &canvas, uint8_t r, uint8_t g, uint8_t b, uint8_t a) {
 }
 
 void drawImage(Canvas &canvas, const ZVImage &image, int64_t x, int64_t y, uint32_t width,
-               uint32_t height) {
+               uint32_t height, Resampling resampling) {
   if (width == 0 || height == 0 || canvas.pixels.empty()) return;
   const uint32_t sw = image.pixelWidth();
   const uint32_t sh = image.pixelHeight();
@@ -115,7 +136,7 @@ void drawImage(Canvas &canvas, const ZVImage &image, int64_t x, int64_t y, uint3
     pixman_transform_init_scale(&scale, pixman_double_to_fixed(double(sw) / width),
                                 pixman_double_to_fixed(double(sh) / height));
     pixman_image_set_transform(src.get(), &scale);
-    pixman_image_set_filter(src.get(), PIXMAN_FILTER_BILINEAR, nullptr, 0);
+    setFilter(src.get(), resampling, double(sw) / width, double(sh) / height);
     pixman_image_set_repeat(src.get(), PIXMAN_REPEAT_PAD);
   }
   // Clip in 64 bits first so the 32-bit coordinates below cannot overflow.

@@ -42,11 +42,20 @@ bool isOpaque(const ZVImage &image);
 /// Fills the whole canvas with one premultiplied colour.
 void fillCanvas(Canvas &canvas, uint8_t r, uint8_t g, uint8_t b, uint8_t a);
 
+/// How drawing resamples an image drawn at another size.
+enum class Resampling {
+  /// Bilinear, as the platform's drawing does (and every conversion expects).
+  Bilinear,
+  /// Area averaging where the image is reduced (each canvas pixel the mean of
+  /// the source pixels it covers), bilinear where it is enlarged.
+  Averaging,
+};
+
 /// Draws @p image source-over into the rectangle (x, y, width, height) of the
-/// canvas, resampling bilinearly when the rectangle's size differs from the
-/// image's pixel size; parts outside the canvas are clipped.
+/// canvas, resampling when the rectangle's size differs from the image's
+/// pixel size; parts outside the canvas are clipped.
 void drawImage(Canvas &canvas, const ZVImage &image, int64_t x, int64_t y, uint32_t width,
-               uint32_t height);
+               uint32_t height, Resampling resampling = Resampling::Bilinear);
 
 /// A canvas of width x height with @p image drawn into (0, 0, width, height);
 /// the common first step of every conversion. Drawing at the image's own

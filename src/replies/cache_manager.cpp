@@ -1,6 +1,6 @@
 #include <zvprinter/ZVCacheManager.h>
+#include <zvprinter/ZVDataDispatcher.h>
 
-#include "replies/reply_hooks.h"
 #include "replies/tarvo_replies.h"
 
 #include <algorithm>
@@ -38,7 +38,8 @@ void ZVCacheManager::managerPrinterUpdateFirmwareStatus() {
   if (!std::equal(prefix.begin(), prefix.end(), joined.begin())) return;
   const ZVData ack(joined.begin() + static_cast<std::ptrdiff_t>(prefix.size()),
                    joined.begin() + kFirmwareAckLength);
-  callHook(replyHooks().clearReceiveDataBlock);
+  ZVDataDispatcher &dispatcher = ZVDataDispatcher::shared();
+  if (dispatcher.receiveDataBlock()) dispatcher.setReceiveDataBlock({});
   if (resolverFirmwareBlock_) {
     const auto block = resolverFirmwareBlock_;
     block(ack);

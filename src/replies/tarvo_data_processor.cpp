@@ -1,11 +1,20 @@
+#include <zvprinter/ZVConnectInterface.h>
+#include <zvprinter/ZVDataDispatcher.h>
 #include <zvprinter/ZVTarvoDataProcessor.h>
 
-#include "replies/reply_hooks.h"
 #include "replies/tarvo_replies.h"
 
 #include <memory>
 
 using namespace zv::detail;
+
+namespace {
+
+void clearReceiveDataBlock(ZVDataDispatcher &dispatcher) {
+  if (dispatcher.receiveDataBlock()) dispatcher.setReceiveDataBlock({});
+}
+
+} // namespace
 
 ZVTarvoDataProcessor::ZVTarvoDataProcessor() {
   // The processor owns its resolver and cannot be moved, so `this` outlives
@@ -21,19 +30,20 @@ void ZVTarvoDataProcessor::doReadData(const ZVData &data) {
 }
 
 void ZVTarvoDataProcessor::processResolveModel(const ZVTarvoResolverModel &model) {
-  const ReplyHooks hooks = replyHooks(); // a copy: a hook may install new ones
+  ZVDataDispatcher &dispatcher = ZVDataDispatcher::shared();
   switch (model.type) {
   case kTarvoStatus:
-    callHook(hooks.clearReceiveDataBlock);
+    clearReceiveDataBlock(dispatcher);
     // The handler always cuts one status byte.
-    if (!model.data.empty()) callHook(hooks.onStatus, static_cast<int64_t>(model.data[0] & 0x7F));
+    if (const auto block = dispatcher.autoTarvoStateBlock(); block && !model.data.empty())
+      block(static_cast<int64_t>(model.data[0] & 0x7F));
     break;
   case kTarvoPrintFinished:
-    callHook(hooks.clearReceiveDataBlock);
-    callHook(hooks.onPrintFinished, int64_t{0});
+    clearReceiveDataBlock(dispatcher);
+    if (const auto block = dispatcher.printImageCompleteBlock()) block(0);
     break;
   case kTarvoFirmwareAck:
-    callHook(hooks.clearReceiveDataBlock);
+    clearReceiveDataBlock(dispatcher);
     if (resolverFirmwareBlock_) {
       // Copied first: the sender may remove itself (and this block) inside the call.
       const auto block = resolverFirmwareBlock_;
@@ -41,7 +51,7 @@ void ZVTarvoDataProcessor::processResolveModel(const ZVTarvoResolverModel &model
     }
     break;
   case kTarvoDisconnect:
-    callHook(hooks.requestDisconnect);
+    ZVConnectInterface::shared().disconnect();
     break;
   default:
     break;

@@ -1,6 +1,6 @@
 #include "connection/connection_support.h"
 
-#include "replies/reply_hooks.h"
+#include <zvprinter/ZVDataDispatcher.h>
 
 namespace zvtest {
 namespace {
@@ -137,9 +137,8 @@ TEST_F(ProfileTest, AModuleWithBothServicesIsIvt) {
   loop().runFor(0.5);
   ASSERT_TRUE(facade().isConnected());
   std::vector<std::string> routed;
-  auto hooks = zv::detail::replyHooks();
-  hooks.onStatus = [&](int64_t status) { routed.push_back("status " + std::to_string(status)); };
-  zv::detail::setReplyHooks(hooks);
+  ZVDataDispatcher::shared().setAutoTarvoStateBlock(
+      [&](int64_t status) { routed.push_back("status " + std::to_string(status)); });
   const std::string query = "\x1b!?\r\n";
   link().sendDataToPrinter(ZVData(query.begin(), query.end()));
   loop().runFor(0.5);
@@ -149,13 +148,20 @@ TEST_F(ProfileTest, AModuleWithBothServicesIsIvt) {
 TEST_F(ProfileTest, IncomingValuesAreRoutedInOrderOnlyFromTheReadCharacteristic) {
   auto printer = addPrinter();
   std::vector<std::string> routed;
-  auto hooks = zv::detail::replyHooks();
-  hooks.clearReceiveDataBlock = [&] { routed.push_back("clear"); };
-  hooks.onStatus = [&](int64_t status) { routed.push_back("status " + std::to_string(status)); };
-  hooks.deliverToDispatcher = [&](const ZVData &value) {
-    routed.push_back("dispatcher " + std::to_string(value.size()));
+  auto &dispatcher = ZVDataDispatcher::shared();
+  const auto armReceive = [&] {
+    dispatcher.setReceiveDataBlock([&](const ZVData &value) {
+      routed.push_back("dispatcher " + std::to_string(value.size()));
+    });
   };
-  zv::detail::setReplyHooks(hooks);
+  // The processor clears the raw receive block before it reports a status;
+  // the block is armed again so the dispatcher's own delivery shows after it.
+  dispatcher.setAutoTarvoStateBlock([&](int64_t status) {
+    if (!dispatcher.receiveDataBlock()) routed.push_back("clear");
+    routed.push_back("status " + std::to_string(status));
+    armReceive();
+  });
+  armReceive();
   ASSERT_TRUE(connect(printer));
 
   const std::string status = std::string("tarvo_sta=") + '\x81';
@@ -178,9 +184,8 @@ TEST_F(ProfileTest, ValuesBeforeTheLinkIsUsableAreNotPassedOn) {
   auto printer = addPrinter(ivtConfig());
   printer->faults().silent = true;
   std::vector<std::string> routed;
-  auto hooks = zv::detail::replyHooks();
-  hooks.deliverToDispatcher = [&](const ZVData &) { routed.push_back("dispatcher"); };
-  zv::detail::setReplyHooks(hooks);
+  ZVDataDispatcher::shared().setReceiveDataBlock(
+      [&](const ZVData &) { routed.push_back("dispatcher"); });
   facade().connectPrinter(scanFor(printer));
   loop().runFor(0.5);
   central->injectValue(printer, "FF01", {1, 2, 3});

@@ -1,6 +1,5 @@
 #include <zvprinter/ZVCacheManager.h>
-
-#include "replies/reply_hooks.h"
+#include <zvprinter/ZVDataDispatcher.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,12 +15,17 @@ namespace {
 class CacheManagerTest : public ::testing::Test {
 protected:
   void SetUp() override {
-    zv::detail::ReplyHooks hooks;
-    hooks.clearReceiveDataBlock = [this] { acks.push_back({}); };
-    zv::detail::setReplyHooks(hooks);
-    cache.setResolverFirmwareBlock([this](const ZVData &ack) { acks.push_back(ack); });
+    armReceiveBlock();
+    cache.setResolverFirmwareBlock([this](const ZVData &ack) {
+      if (!ZVDataDispatcher::shared().receiveDataBlock()) acks.push_back({});
+      acks.push_back(ack);
+      armReceiveBlock();
+    });
   }
-  void TearDown() override { zv::detail::setReplyHooks({}); }
+  void TearDown() override { ZVDataDispatcher::shared().setReceiveDataBlock({}); }
+  static void armReceiveBlock() {
+    ZVDataDispatcher::shared().setReceiveDataBlock([](const ZVData &) {});
+  }
 
   ZVCacheManager cache;
   std::vector<ZVData> acks; ///< an empty entry marks a clearing of receiveDataBlock

@@ -21,7 +21,7 @@ struct Outcome {
 };
 
 Outcome scan(const std::string &arguments) {
-  const std::string command = zvprint().string() + " scan " + arguments + " 2>&1";
+  const std::string command = zvprint().string() + " scan --backend sim " + arguments + " 2>&1";
   Outcome result;
   FILE *pipe = popen(command.c_str(), "r");
   if (!pipe) return result;

@@ -13,5 +13,8 @@ void addRenderCommand(CLI::App &app);
 void addBarcodeCommand(CLI::App &app);
 void addLabelCommand(CLI::App &app);
 void addScanCommand(CLI::App &app);
+void addPrintCommand(CLI::App &app);
+void addDeviceCommands(CLI::App &app);
+void addFirmwareCommand(CLI::App &app);
 
 } // namespace zvprint

@@ -1,8 +1,9 @@
 // zvprint label: writes a complete TSPL label job (SIZE, GAP, SPEED,
-// DENSITY, CLS, BITMAP, PRINT) to a file, ready to send to a printer.
+// DENSITY, CLS, BITMAP, PRINT) to a file, or prints it with --print.
 
 #include "cli_support.h"
 #include "commands.h"
+#include "printing.h"
 
 #include <zvprinter/ZVCmdTSCGenerator.h>
 
@@ -30,6 +31,8 @@ constexpr int64_t kMaxSpeed = 18;
 
 struct LabelOptions {
   std::string output;
+  bool print = false;
+  PrintingOptions printing;
   std::string size = "40x30";
   std::string gap;
   std::string image;
@@ -133,15 +136,19 @@ void writeLabel(const LabelOptions &options) {
     append(job, *bitmap);
   }
   append(job, G::printWithSets(1, options.copies));
-  writeFile(options.output, job);
+  if (!options.output.empty()) writeFile(options.output, job);
+  if (options.print) printBytes(job, options.printing, installBackend(options.printing.backend));
 }
 
 } // namespace
 
 void addLabelCommand(CLI::App &app) {
-  auto *command = app.add_subcommand("label", "Write a TSPL label job to a file");
+  auto *command = app.add_subcommand("label", "Write a TSPL label job to a file, or print it");
   const auto options = std::make_shared<LabelOptions>();
-  command->add_option("-o,--output", options->output, "File to write the job to")->required();
+  command->add_option("-o,--output", options->output, "File to write the job to");
+  command->add_flag("--print", options->print,
+                    "Send the job to the printer and wait for its confirmation");
+  addPrintingOptions(*command, options->printing);
   command->add_option("--size", options->size, "Label size WIDTHxHEIGHT in mm")
       ->capture_default_str();
   command->add_option("--gap", options->gap, "Gap between labels in mm: GAP or GAPxOFFSET");
@@ -164,7 +171,11 @@ void addLabelCommand(CLI::App &app) {
   command->add_option("--copies", options->copies, "Copies of the label")
       ->check(CLI::Range(int64_t{1}, int64_t{999999999}))
       ->capture_default_str();
-  command->callback([options] { writeLabel(*options); });
+  command->callback([options] {
+    if (options->output.empty() && !options->print)
+      fail("label: --output is required unless --print is given", 2);
+    writeLabel(*options);
+  });
 }
 
 } // namespace zvprint

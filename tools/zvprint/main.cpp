@@ -23,6 +23,9 @@ int main(int argc, char **argv) {
   zvprint::addLabelCommand(app);
   zvprint::addBarcodeCommand(app);
   zvprint::addScanCommand(app);
+  zvprint::addPrintCommand(app);
+  zvprint::addDeviceCommands(app);
+  zvprint::addFirmwareCommand(app);
   app.require_subcommand(1);
   app.fallthrough();
 

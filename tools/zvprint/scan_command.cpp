@@ -1,8 +1,8 @@
 // zvprint scan: the printers in range, as a table or as JSON.
 
-#include "backend_options.h"
 #include "cli_support.h"
 #include "commands.h"
+#include "printer_backend.h"
 
 #include <zvprinter/ZVBluetoothManager.h>
 #include <zvprinter/ZVConnectInterface.h>
@@ -28,14 +28,9 @@ std::string orEmpty(const std::optional<std::string> &text) {
 }
 
 void runScan(const ScanOptions &options) {
-  const Backend backend = configurePlatform(options.backend);
+  const Backend backend = installBackend(options.backend);
   auto &facade = ZVConnectInterface::shared();
   auto &loop = ZVRunLoop::main();
-  loop.runFor(0.1); // the adapter reports its state
-  const int64_t status = facade.getBluetoothStatus();
-  if (status != ZVBluetoothStatusPoweredOn) {
-    fail("Bluetooth is not available (status " + std::to_string(status) + ")");
-  }
   facade.scanBluetooth();
   loop.runFor(options.seconds);
   facade.stopScanBluetooth();

@@ -27,6 +27,7 @@ void PrinterEngine::note(std::string line) {
 
 void PrinterEngine::streamError(uint64_t offset, const std::string &message) {
   ++statistics_.streamErrors;
+  inputDamaged_ = true;
   std::string line = "at byte " + std::to_string(offset) + ": " + message;
   if (errors_.size() < kMaxLines) errors_.push_back(line);
   note("error " + line);
@@ -90,7 +91,8 @@ std::vector<ZVData> PrinterEngine::finishJob(const ZVVirtualPrinterFaults &fault
   std::vector<ZVData> replies;
   if (!jobOpen_) return replies;
   jobOpen_ = false;
-  if (jobPrinted_) {
+  if (jobPrinted_ && inputDamaged_) note("job damaged: not reported printed");
+  if (jobPrinted_ && !inputDamaged_) {
     ZVData finished = textReply("dithering_finis");
     finished.push_back(0x00);
     replies.push_back(std::move(finished));
@@ -98,6 +100,7 @@ std::vector<ZVData> PrinterEngine::finishJob(const ZVVirtualPrinterFaults &fault
     note("job finished");
   }
   jobPrinted_ = false;
+  inputDamaged_ = false;
   if (autoStatus_) replies.push_back(statusReply(faults));
   return replies;
 }

@@ -25,7 +25,8 @@ public:
   std::vector<ZVData> receive(std::span<const uint8_t> bytes, ZVVirtualPrinterFaults &faults);
   /// End of input: flushes the parser and finishes the job.
   std::vector<ZVData> endOfInput(ZVVirtualPrinterFaults &faults);
-  /// The job has gone idle: "dithering_finis" if it printed anything.
+  /// The job has ended: "dithering_finis" if it printed anything and no
+  /// damaged input (a stream error) arrived since the previous job ended.
   std::vector<ZVData> finishJob(const ZVVirtualPrinterFaults &faults);
   /// Print data arrived in the last receive() (the caller restarts its
   /// idle timer).
@@ -71,6 +72,7 @@ private:
   bool jobOpen_ = false;
   bool jobPrinted_ = false;
   bool printDataSeen_ = false;
+  bool inputDamaged_ = false; // a stream error since the last job ended
 };
 
 } // namespace zv::detail

@@ -167,7 +167,7 @@ WriteOutcome VirtualPrinterState::written(const std::string &uuid, const ZVData 
   if (engine.printDataInLastReceive() && loop) {
     if (finishTimer) finishTimer->invalidate();
     finishTimer =
-        loop->schedule(config.printFinishDelay, [this] { sendReplies(engine.finishJob(faults)); });
+        loop->schedule(config.printFinishDelay, [this] { sendReplies(engine.endOfInput(faults)); });
   }
   if (dropAfter) {
     engine.note("link dropped after " + std::to_string(stats.bytesReceived) + " bytes");

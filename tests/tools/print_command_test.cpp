@@ -1,0 +1,107 @@
+// zvprint print, status, info, wifi and firmware on the virtual printer, run
+// as a user runs them: exit status 0 only on the printer's word.
+#include <zvprinter/ZVImage.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path zvprint() {
+  return fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "tools" / "zvprint" /
+         "zvprint";
+}
+
+struct Outcome {
+  int status;
+  std::string output;
+};
+
+Outcome run(const std::string &arguments) {
+  // Always the virtual printer, even on a machine with a powered adapter.
+  const std::string command =
+      "ZVPRINT_BACKEND=sim " + zvprint().string() + " " + arguments + " 2>&1";
+  Outcome result{-1, {}};
+  FILE *pipe = popen(command.c_str(), "r");
+  if (!pipe) return result;
+  char buffer[512];
+  while (fgets(buffer, sizeof buffer, pipe))
+    result.output += buffer;
+  const int status = pclose(pipe);
+  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return result;
+}
+
+fs::path scratch(const std::string &name) {
+  return fs::temp_directory_path() / ("zvprint_print_test_" + std::to_string(getpid()) + name);
+}
+
+TEST(PrintCommand, PrintsAndWritesThePaperOnBothProfiles) {
+  const fs::path photo = scratch(".png");
+  ZVData rgba(size_t{300} * 80 * 4, 0);
+  for (size_t i = 0; i < rgba.size(); ++i)
+    rgba[i] = i % 4 == 3 ? 255 : static_cast<uint8_t>(i / 4 % 300 * 255 / 300);
+  ASSERT_TRUE(ZVImage::fromRGBA(300, 80, std::move(rgba))->writePNG(photo));
+  for (const char *profile : {"issc", "ivt"}) {
+    const fs::path paper = scratch(std::string(profile) + "_paper.png");
+    const Outcome outcome = run("print " + photo.string() + " --mode 0 --json --profile " +
+                                profile + " --paper " + paper.string());
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_NE(outcome.output.find("\"ok\":true"), std::string::npos) << outcome.output;
+    const auto printed = ZVImage::fromFile(paper);
+    ASSERT_TRUE(printed) << profile;
+    EXPECT_EQ(printed->pixelWidth(), 304u); // padded to whole bytes
+    EXPECT_EQ(printed->pixelHeight(), 80u);
+    fs::remove(paper);
+  }
+  fs::remove(photo);
+}
+
+TEST(PrintCommand, EveryFailureIsOneLineAndNonZero) {
+  const fs::path junk = scratch(".jpg");
+  std::ofstream(junk) << "not an image";
+  const fs::path empty = scratch(".bin");
+  std::ofstream{empty};
+  struct Case {
+    std::string arguments;
+    std::string message;
+  };
+  const Case cases[] = {
+      {"print " + junk.string(), "zvprint: " + junk.string() + ": not a PNG or JPEG image"},
+      {"print " + std::string(ZV_TEST_DIR) +
+           "/preview/golden/astronaut_threshold.png --printer nosuch",
+       "zvprint: print failed: no printer named \"nosuch\" found within 10 s"},
+      {"firmware " + empty.string(), "zvprint: " + empty.string() + " is empty"},
+      {"status --printer nosuch", "zvprint: status failed: no printer named \"nosuch\""},
+      {"wifi set", "zvprint: wifi set: give at least one of"},
+  };
+  for (const Case &c : cases) {
+    const Outcome outcome = run(c.arguments);
+    EXPECT_NE(outcome.status, 0) << c.arguments;
+    // Phase lines may come first; the failure is the last line.
+    const std::string &out = outcome.output;
+    const size_t last = out.rfind('\n', out.size() >= 2 ? out.size() - 2 : 0);
+    const std::string lastLine = last == std::string::npos ? out : out.substr(last + 1);
+    EXPECT_EQ(lastLine.rfind(c.message, 0), 0u) << c.arguments << "\n" << out;
+  }
+  fs::remove(junk);
+  fs::remove(empty);
+}
+
+TEST(PrintCommand, DeviceCommandsAnswer) {
+  EXPECT_EQ(run("status").output, "state: ready\nstatus: 0\n");
+  EXPECT_EQ(run("info --json").output,
+            "{\"firmware\":\"1.0.3\",\"name\":\"ZV-P1\",\"serial\":\"ZV2026000001\"}\n");
+  EXPECT_EQ(run("wifi set --ssid office --mode ap --profile ivt").status, 0);
+  EXPECT_EQ(run("wifi restart").status, 0);
+}
+
+} // namespace
