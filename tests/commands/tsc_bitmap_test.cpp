@@ -53,12 +53,15 @@ TEST(ZVCmdTSCGeneratorBitmap, CompressedPayloadCarriesItsLength) {
   }
 }
 
-TEST(ZVCmdTSCGeneratorBitmap, UnknownModeGivesAnEmptyPayload) {
+TEST(ZVCmdTSCGeneratorBitmap, UnknownModeGivesAnEmptyPayloadAndTheHeaderCountsPixels) {
   const ZVImage image = halfBlack(12, 10);
   EXPECT_EQ(G::addBitmapWithXPos(0, 0, 3, image, 0, 0), bytesOf("BITMAP 0,0,2,10,3,"));
   EXPECT_EQ(G::addBitmapWithXPos(0, 0, 3, image, 0, 48),
             concat(bytesOf("BITMAP 0,0,2,10,3,"), {0, 0, 0, 0}));
   EXPECT_EQ(G::addBitmapWithXPos(0, 0, UINT64_MAX, image, 0, 0), bytesOf("BITMAP 0,0,2,10,-1,"));
+  // 24 x 20 pixels at scale 2 are 12 x 10 points; the header says 3 bytes x 20 rows.
+  EXPECT_EQ(G::addBitmapWithXPos(0, 0, 3, halfBlack(24, 20, 2.0), 0, 0),
+            bytesOf("BITMAP 0,0,3,20,3,"));
 }
 
 TEST(ZVCmdTSCGeneratorBitmap, BitmapModeArgumentIsIgnored) {
@@ -68,12 +71,6 @@ TEST(ZVCmdTSCGeneratorBitmap, BitmapModeArgumentIsIgnored) {
   EXPECT_EQ(ZVData(reference->begin(), reference->begin() + 17), bytesOf("BITMAP 1,2,3,3,0,"));
   for (const int64_t bitmapMode : {1, 2, -5, 1000})
     EXPECT_EQ(G::addBitmapWithXPos(1, 2, 0, image, bitmapMode, 48), reference);
-}
-
-TEST(ZVCmdTSCGeneratorBitmap, HeaderUsesPixelsNotPoints) {
-  const ZVImage image = halfBlack(24, 20, 2.0);
-  const auto command = G::addBitmapWithXPos(0, 0, 3, image, 0, 0);
-  EXPECT_EQ(command, bytesOf("BITMAP 0,0,3,20,3,"));
 }
 
 TEST(ZVCmdTSCGeneratorBitmap, SizeLimitAddsPayloadAndRaster) {

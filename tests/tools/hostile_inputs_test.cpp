@@ -79,10 +79,10 @@ struct RenderCase {
 };
 
 const RenderCase kRenderCases[] = {
-    // 32 KB: about 100 frames, 7 million rows: the paper stops at its 1,000,000 rows.
+    // 32 KB: about 100 frames, 7 million rows: the paper stops at its 1,000,000
+    // rows, and the 85 frames after that must cost nothing.
     {"NarrowFrames32K", [] { return narrowFrames(32 * 1024); }, 1, "printed 1000000 rows, 8 dots",
      24},
-    {"NarrowFrames320K", [] { return narrowFrames(320 * 1024); }, 1, "printed 1000000 rows", 24},
     // A 1 m label printed a million times: the roll (100 million dots) runs out.
     {"HugeLabelCopies",
      [] { return zvtest::bytes("SIZE 1000 mm,1000 mm\r\nCLS\r\nPRINT 1000,1000\r\n"); }, 1,
