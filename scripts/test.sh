@@ -29,14 +29,15 @@ ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
 
 echo "== clang build with ThreadSanitizer: the tests that run real threads"
 # Only the programs with threaded tests are built, and only those tests run:
-# the write path on its own write thread, the run loop and serial queue.
+# the write path on its own write thread, the run loop and serial queue, and
+# the BlueZ backend's bus thread against a private dbus-daemon.
 cmake -S . -B build/ci-tsan -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_C_COMPILER=clang -DZV_SANITIZE=thread \
   -DZV_BUILD_TOOLS=OFF
-cmake --build build/ci-tsan -j "$jobs" --target zv_connection_tests zv_platform_tests
-TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
-  ctest --test-dir build/ci-tsan -j "$jobs" --timeout 600 \
-  -R '^(Profiles/ThreadedWritePathTest|ZVRunLoopReal|ZVSerialQueue)\.'
+cmake --build build/ci-tsan -j "$jobs" --target zv_connection_tests zv_platform_tests zv_bluez_tests
+TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:suppressions=$PWD/tests/tsan.supp" \
+  ctest --test-dir build/ci-tsan -j "$jobs" --timeout 300 \
+  -R '^(Profiles/ThreadedWritePathTest|ZVRunLoopReal|ZVSerialQueue|BluezBusTest|BluezGattTest|BluezMockTest|Profiles/BluezPrintTest)\.'
 
 echo "== install and build a consumer against the installed package"
 rm -rf build/ci-prefix build/ci-consumer

@@ -135,6 +135,8 @@ private:
   ZVBluetoothManager();
   std::shared_ptr<ZVTimer> armConnectTimeout();
   void reportConnectFail(const ZVError &error);
+  /// Cancels the link of the connected record while it is connecting or open.
+  void cancelConnectedLink();
 
   bool isConnecting_ = false;
   bool isConnectFail_ = false;

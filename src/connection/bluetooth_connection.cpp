@@ -163,17 +163,15 @@ void ZVBluetoothManager::didDisconnectPeripheral(ZVBleCentral &,
 
 void ZVBluetoothManager::disconnect() {
   isConnectFail_ = false;
-  const auto &connected = facade().deviceConnected();
-  if (!connected || !connected->peripheral || !printer_ || !printer_->peripheral) return;
-  const int64_t state = printer_->peripheral->state();
-  if ((state == ZVBlePeripheralStateConnecting || state == ZVBlePeripheralStateConnected) &&
-      centralManager_) {
-    centralManager_->cancelPeripheralConnection(printer_->peripheral);
-  }
+  cancelConnectedLink();
 }
 
 void ZVBluetoothManager::cancelConnect() {
   isConnectFail_ = true;
+  cancelConnectedLink();
+}
+
+void ZVBluetoothManager::cancelConnectedLink() {
   const auto &connected = facade().deviceConnected();
   if (!connected || !connected->peripheral || !printer_ || !printer_->peripheral) return;
   const int64_t state = printer_->peripheral->state();
