@@ -3,6 +3,7 @@
 #include <zvprinter/ZVImage.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 
@@ -63,6 +64,11 @@ Outcome runZvprint(const std::vector<std::string> &arguments, const Limits &limi
     }
     dup2(err[1], 2);
     close(err[0]);
+    // An address-space limit counts reserved memory: glibc gives a second
+    // thread that allocates under contention an arena of its own, 64 MB of
+    // reservation, which would make the limit depend on timing. One arena
+    // keeps the count to what zvprint really maps.
+    if (limits.addressSpaceBytes != 0) setenv("MALLOC_ARENA_MAX", "1", 1);
     limit(RLIMIT_AS, limits.addressSpaceBytes);
     limit(RLIMIT_CPU, limits.cpuSeconds);
     limit(RLIMIT_FSIZE, limits.fileSizeBytes);
