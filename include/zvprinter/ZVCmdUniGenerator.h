@@ -38,15 +38,18 @@ public:
   /// ESC FS & V1 setval "auto_wifi" "<field>" CR LF around the field bytes.
   static ZVData appendWifiInfo(const ZVData &field);
 
-  /// Field "6WM:STA" for mode 0 (station), "5WM:AP" for any other (access point).
+  /// The setting command (appendWifiInfo) around the field "6WM:STA" for mode 0
+  /// (station), "5WM:AP" for any other (access point).
   static ZVData setPrinterWifiMode(int64_t mode);
-  /// Field "<n+3>WS:<ssid>", sent as UTF-8.
+  /// The setting command around the field "<n+3>WS:<ssid>", in UTF-8.
   static ZVData setPrinterWifiSSID(const std::string &ssid);
-  /// Field "<n+3>WI:<ip>", sent as GB 18030.
+  /// The setting command around the field "<n+3>WI:<ip>", in GB 18030.
   static ZVData setPrinterWifiIP(const std::string &ip);
-  /// Field "<n+3>WP:<password>" ("3WP:" when empty), sent as UTF-8.
+  /// The setting command around the field "<n+3>WP:<password>" ("3WP:" when
+  /// empty), in UTF-8.
   static ZVData setPrinterWifiPassword(const std::string &password);
-  /// Field "4WA:<method>"; the 4 is fixed whatever the number of digits.
+  /// The setting command around the field "4WA:<method>"; the 4 is fixed
+  /// whatever the number of digits.
   static ZVData setPrinterWifiAuth(uint64_t method);
 
   /// The firmware frames of ZVPackProtocol::generateFirmwarePacksWithData.
