@@ -1,5 +1,7 @@
 // zvprint print, status, info, wifi and firmware on the virtual printer, run
 // as a user runs them: exit status 0 only on the printer's word.
+#include "tools/zvprint_runner.h"
+
 #include <zvprinter/ZVImage.h>
 
 #include <gtest/gtest.h>
@@ -15,29 +17,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::path zvprint() {
-  return fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "tools" / "zvprint" /
-         "zvprint";
-}
-
-struct Outcome {
-  int status;
-  std::string output;
-};
+using zvtest::Outcome;
 
 Outcome run(const std::string &arguments) {
-  // Always the virtual printer, even on a machine with a powered adapter.
-  const std::string command =
-      "ZVPRINT_BACKEND=sim " + zvprint().string() + " " + arguments + " 2>&1";
-  Outcome result{-1, {}};
-  FILE *pipe = popen(command.c_str(), "r");
-  if (!pipe) return result;
-  char buffer[512];
-  while (fgets(buffer, sizeof buffer, pipe))
-    result.output += buffer;
-  const int status = pclose(pipe);
-  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return result;
+  return zvtest::runZvprintMerged(arguments);
 }
 
 fs::path scratch(const std::string &name) {

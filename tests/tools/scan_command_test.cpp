@@ -1,36 +1,17 @@
 // zvprint scan, run as a user runs it, on the built-in virtual printer.
+#include "tools/zvprint_runner.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <cstdio>
-#include <filesystem>
 #include <string>
 
 namespace {
 
-namespace fs = std::filesystem;
-
-fs::path zvprint() {
-  return fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "tools" / "zvprint" /
-         "zvprint";
-}
-
-struct Outcome {
-  int status = -1;
-  std::string output;
-};
+using zvtest::Outcome;
 
 Outcome scan(const std::string &arguments) {
-  const std::string command = zvprint().string() + " scan --backend sim " + arguments + " 2>&1";
-  Outcome result;
-  FILE *pipe = popen(command.c_str(), "r");
-  if (!pipe) return result;
-  char buffer[512];
-  while (fgets(buffer, sizeof buffer, pipe))
-    result.output += buffer;
-  const int status = pclose(pipe);
-  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return result;
+  return zvtest::runZvprintMerged("scan --backend sim " + arguments);
 }
 
 TEST(ScanCommand, ListsTheVirtualPrinterOnEitherProfile) {

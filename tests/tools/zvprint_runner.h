@@ -36,6 +36,10 @@ std::filesystem::path zvprintPath();
 Outcome runZvprint(const std::vector<std::string> &arguments, const Limits &limits = {},
                    const std::string &stdoutPath = {});
 
+/// Runs "zvprint ARGUMENTS" through the shell with stderr merged into stdout,
+/// as a terminal shows it (output holds both), always on the virtual printer.
+Outcome runZvprintMerged(const std::string &arguments);
+
 /// A fresh folder for one test, removed at the end.
 class ToolTest : public ::testing::Test {
 protected:

@@ -3,6 +3,7 @@
 #include <zvprinter/ZVImage.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -38,6 +39,21 @@ std::string slurp(int fd) {
 fs::path zvprintPath() {
   return fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "tools" / "zvprint" /
          "zvprint";
+}
+
+Outcome runZvprintMerged(const std::string &arguments) {
+  // Always the virtual printer, even on a machine with a powered adapter.
+  const std::string command =
+      "ZVPRINT_BACKEND=sim " + zvprintPath().string() + " " + arguments + " 2>&1";
+  Outcome result;
+  FILE *pipe = popen(command.c_str(), "r");
+  if (!pipe) return result;
+  char buffer[512];
+  while (fgets(buffer, sizeof buffer, pipe))
+    result.output += buffer;
+  const int status = pclose(pipe);
+  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return result;
 }
 
 Outcome runZvprint(const std::vector<std::string> &arguments, const Limits &limits,
