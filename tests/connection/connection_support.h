@@ -6,7 +6,6 @@
 
 #include <zvprinter/ZVBluetoothManager.h>
 #include <zvprinter/ZVConnectInterface.h>
-#include <zvprinter/ZVLanguageConfig.h>
 #include <zvprinter/ZVPeripheralManager.h>
 #include <zvprinter/ZVVirtualPrinter.h>
 
