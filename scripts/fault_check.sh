@@ -39,7 +39,7 @@ if [ -n "$failed" ]; then
   exit 1
 fi
 
-printf '%-22s %-7s %s\n' fault result "failing tests (first three)"
+printf '%-22s %-7s %5s  %s\n' fault result tests "failing tests (first three)"
 status=0
 while IFS=$'\t' read -r name old new what; do
   case "$name" in '' | '#'*) continue ;; esac
@@ -60,9 +60,10 @@ while IFS=$'\t' read -r name old new what; do
     printf '%-22s %-7s %s\n' "$name" NOBUILD "see $work/$name.log.build"
     status=1
   elif [ -z "$failed" ]; then
-    printf '%-22s %-7s %s\n' "$name" missed "($what)"
+    printf '%-22s %-7s %5s  %s\n' "$name" missed 0 "($what)"
   else
-    printf '%-22s %-7s %s\n' "$name" caught "$(echo "$failed" | head -n 3 | paste -sd ' ')"
+    printf '%-22s %-7s %5s  %s\n' "$name" caught "$(echo "$failed" | wc -l)" \
+      "$(echo "$failed" | head -n 3 | paste -sd ' ')"
   fi
 done <"$top/scripts/faults.tsv"
 exit $status
