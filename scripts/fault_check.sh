@@ -16,7 +16,7 @@ keep=0
 if [ "${1:-}" = -k ]; then keep=1; shift; fi
 work=${ZV_FAULT_DIR:-$(mktemp -d /tmp/zv_faults.XXXXXX)}
 tree=$work/tree build=$work/build
-mkdir -p "$tree"
+rm -rf "$tree" && mkdir -p "$tree"
 [ "$keep" = 1 ] || [ -n "${ZV_FAULT_DIR:-}" ] || trap 'rm -rf "$work"' EXIT
 
 # The working copy's tracked and new files, without build folders.
