@@ -19,8 +19,9 @@ tree=$work/tree build=$work/build
 rm -rf "$tree" && mkdir -p "$tree"
 [ "$keep" = 1 ] || [ -n "${ZV_FAULT_DIR:-}" ] || trap 'rm -rf "$work"' EXIT
 
-# The working copy's tracked and new files, without build folders.
-(cd "$top" && git ls-files -co --exclude-standard -z | tar --null -T - -cf -) | tar -C "$tree" -xf -
+# The working copy's tracked and new files, without build folders, dated now so
+# that a reused build folder recompiles every file (ccache makes that cheap).
+(cd "$top" && git ls-files -co --exclude-standard -z | tar --null -T - -cf -) | tar -C "$tree" -xmf -
 
 cmake -S "$tree" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_CXX_COMPILER=g++ -DCMAKE_CXX_COMPILER_LAUNCHER=ccache \
