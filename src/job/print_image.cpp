@@ -3,6 +3,8 @@
 #include <zvprinter/ZVBitmapManager.h>
 #include <zvprinter/ZVPrintImage.h>
 
+#include "imaging/conversion_output.h"
+#include "imaging/raster_kernels.h"
 #include "platform/canvas.h"
 
 #include <cmath>
@@ -61,8 +63,15 @@ std::optional<ZVData> ZVPrintImage::printData(const ZVImage &image, int64_t mode
   if (mode < 0 || mode > 2) return std::nullopt;
   const auto prepared = prepare(image, options);
   if (!prepared) return std::nullopt;
+  // The clustered raster marks a dot with 1, the printer prints bit 0: the
+  // print layer hands it the complement, so paper shows the picture and not
+  // its negative (the described conversion keeps its own bits).
   auto data =
-      ZVBitmapManager::generateGenralDataWithImage(*prepared, false, mode, kLzoCompression, true);
+      mode == 2
+          ? zv::detail::printData(zv::detail::convertedRaster(*prepared, zv::detail::clusterRaster),
+                                  true, kLzoCompression, true)
+          : ZVBitmapManager::generateGenralDataWithImage(*prepared, false, mode, kLzoCompression,
+                                                         true);
   if (!data || data->empty()) return std::nullopt;
   return data;
 }

@@ -1,5 +1,6 @@
 #include <zvprinter/ZVBitmapManager.h>
 #include <zvprinter/ZVPrintImage.h>
+#include <zvprinter/ZVVirtualPrinter.h>
 
 #include <gtest/gtest.h>
 
@@ -152,6 +153,34 @@ TEST(PrintImage, PrintDataIsFramedAtThePrintWidth) {
   }
   EXPECT_FALSE(ZVPrintImage::printData(photo, 3));
   EXPECT_FALSE(ZVPrintImage::printData(photo, -1));
+}
+
+TEST(PrintImage, EveryModePrintsThePictureNotItsNegative) {
+  // Left half black, right half white, printed on the virtual printer.
+  const uint32_t width = 64, height = 32;
+  ZVData bytes(size_t{width} * height * 4, 255);
+  for (size_t i = 0; i < bytes.size(); i += 4)
+    if ((i / 4) % width < width / 2) bytes[i] = bytes[i + 1] = bytes[i + 2] = 0;
+  const ZVImage picture = *ZVImage::fromRGBA(width, height, std::move(bytes));
+  for (int64_t mode : {0, 1, 2}) {
+    SCOPED_TRACE(mode);
+    const auto data = ZVPrintImage::printData(picture, mode);
+    ASSERT_TRUE(data);
+    ZVVirtualPrinter printer(ZVVirtualPrinterConfig{});
+    printer.receive(*data);
+    printer.endOfInput();
+    const auto paper = printer.paperImage();
+    ASSERT_TRUE(paper);
+    size_t darkLeft = 0, darkRight = 0;
+    for (uint32_t y = 0; y < paper->pixelHeight(); ++y) {
+      for (uint32_t x = 0; x < width; ++x) {
+        const bool dot = paper->rgba()[(size_t{y} * paper->pixelWidth() + x) * 4] < 128;
+        (x < width / 2 ? darkLeft : darkRight) += dot;
+      }
+    }
+    EXPECT_EQ(darkLeft, size_t{width / 2} * height);
+    EXPECT_EQ(darkRight, 0u);
+  }
 }
 
 } // namespace
