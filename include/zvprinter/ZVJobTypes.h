@@ -94,6 +94,9 @@ struct ZVJobResult {
   int attempts = 0;        ///< connection attempts made
   double seconds = 0;      ///< main-queue clock time from start to the outcome
   std::string printerName; ///< the printer used, when one was found
+  /// The printer was the built-in virtual printer (ZVSimCentral): nothing
+  /// went over Bluetooth and no real paper was used.
+  bool virtualPrinter = false;
 };
 
 /// Where a job is.

@@ -1,5 +1,9 @@
 #include "job/job_run.h"
 
+#include "backends/sim/sim_peripheral.h"
+
+#include <zvprinter/ZVPeripheralManager.h>
+
 #include <optional>
 #include <utility>
 
@@ -35,6 +39,10 @@ void JobRun::begin() {
     self->result_.attempts = self->session_->attempts();
     self->result_.printerName = self->session_->printerName();
     if (failure) return self->fail(std::move(*failure));
+    // Said in every outcome, so no caller mistakes the virtual paper for real.
+    const auto peripheral = ZVPeripheralManager::share().peripheral();
+    self->result_.virtualPrinter =
+        dynamic_cast<const zv::detail::SimPeripheral *>(peripheral.get()) != nullptr;
     self->connected();
   });
 }

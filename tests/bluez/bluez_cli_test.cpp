@@ -152,6 +152,12 @@ TEST(BluezCommandLineWithoutBluez, BluezFailsWithAdviceAndAutoFallsBackWithANoti
   EXPECT_EQ(fallback.status, 0) << fallback.output;
   EXPECT_NE(fallback.output.find("using the built-in virtual printer"), std::string::npos);
   EXPECT_NE(fallback.output.find("ZV-P1"), std::string::npos) << fallback.output;
+
+  // A printer asked for by name is never replaced by the virtual one.
+  const Outcome named = run(bus.address(), "status --printer ZV-P1");
+  EXPECT_EQ(named.status, 1) << named.output;
+  EXPECT_NE(named.output.find("printer \"ZV-P1\" not found: no usable BlueZ"), std::string::npos)
+      << named.output;
 }
 
 } // namespace

@@ -39,12 +39,19 @@ TEST(PrintCommand, PrintsAndWritesThePaperOnBothProfiles) {
                                 profile + " --paper " + paper.string());
     EXPECT_EQ(outcome.status, 0) << outcome.output;
     EXPECT_NE(outcome.output.find("\"ok\":true"), std::string::npos) << outcome.output;
+    EXPECT_NE(outcome.output.find("\"virtual\":true"), std::string::npos) << outcome.output;
     const auto printed = ZVImage::fromFile(paper);
     ASSERT_TRUE(printed) << profile;
     EXPECT_EQ(printed->pixelWidth(), 304u); // padded to whole bytes
     EXPECT_EQ(printed->pixelHeight(), 80u);
     fs::remove(paper);
   }
+  // Said in words too: nobody mistakes the virtual paper for real.
+  const Outcome human = run("print " + photo.string() + " --mode 0");
+  EXPECT_EQ(human.status, 0) << human.output;
+  EXPECT_NE(human.output.find("printed on the virtual printer ZV-P1"), std::string::npos)
+      << human.output;
+  EXPECT_EQ(human.output.find("confirmed by the printer"), std::string::npos) << human.output;
   fs::remove(photo);
 }
 

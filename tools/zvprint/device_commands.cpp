@@ -38,7 +38,7 @@ void addCommon(CLI::App &command, DeviceOptions &options) {
 
 std::vector<std::string> ask(const DeviceOptions &options, std::vector<ZVPrinterRequest> requests,
                              const std::string &what) {
-  installBackend(options.backend);
+  installBackend(options.backend, options.printer);
   if (requests.empty()) fail(what + ": nothing to send (a value cannot be encoded)");
   ZVPrinterQueryOptions queryOptions;
   queryOptions.printer = ZVPrinterTarget::fromText(options.printer);

@@ -24,7 +24,7 @@ struct FirmwareOptions {
 void update(const FirmwareOptions &options) {
   const ZVData image = readFile(options.file);
   if (image.empty()) fail(options.file + " is empty");
-  installBackend(options.backend);
+  installBackend(options.backend, options.printer);
   ZVFirmwareJobOptions jobOptions;
   jobOptions.printer = ZVPrinterTarget::fromText(options.printer);
   ZVFirmwareJob job = ZVFirmwareJob::forImage(image, jobOptions);

@@ -105,15 +105,12 @@ void JobOutput::finish(const ZVJobResult &result, const std::string &successLine
   if (barShown_) std::cerr << "\n";
   barShown_ = false;
   if (options_.json) {
-    nlohmann::json out{{"ok", result.succeeded},
-                       {"failure", ZVJobFailureName(result.failure)},
-                       {"reason", result.reason},
-                       {"printer", result.printerName},
-                       {"sent", result.bytesSent},
-                       {"total", result.bytesTotal},
-                       {"nothing_sent", result.nothingSent},
-                       {"attempts", result.attempts},
-                       {"seconds", result.seconds}};
+    nlohmann::json out{
+        {"ok", result.succeeded},           {"failure", ZVJobFailureName(result.failure)},
+        {"reason", result.reason},          {"printer", result.printerName},
+        {"virtual", result.virtualPrinter}, {"sent", result.bytesSent},
+        {"total", result.bytesTotal},       {"nothing_sent", result.nothingSent},
+        {"attempts", result.attempts},      {"seconds", result.seconds}};
     std::string text = out.dump();
     if (!extraJson.empty()) text = text.substr(0, text.size() - 1) + "," + extraJson + "}";
     std::cout << text << "\n";

@@ -137,7 +137,9 @@ void writeLabel(const LabelOptions &options) {
   }
   append(job, G::printWithSets(1, options.copies));
   if (!options.output.empty()) writeFile(options.output, job);
-  if (options.print) printBytes(job, options.printing, installBackend(options.printing.backend));
+  if (options.print)
+    printBytes(job, options.printing,
+               installBackend(options.printing.backend, options.printing.printer));
 }
 
 } // namespace

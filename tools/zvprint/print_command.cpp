@@ -28,7 +28,8 @@ void print(const PrintOptions &options) {
   fit.enlarge = options.enlarge;
   const auto data = ZVPrintImage::printData(image, options.mode, fit);
   if (!data) fail("cannot convert " + options.image + " for printing");
-  printBytes(*data, options.printing, installBackend(options.printing.backend));
+  printBytes(*data, options.printing,
+             installBackend(options.printing.backend, options.printing.printer));
 }
 
 } // namespace

@@ -39,7 +39,7 @@ void addBackendOptions(CLI::App &command, BackendOptions &options) {
 
 namespace {
 
-Backend chooseBackend(const BackendOptions &options);
+Backend chooseBackend(const BackendOptions &options, const std::string &namedPrinter);
 
 // Runs the main loop until the central has reported its first state, then
 // exits with a one-line message unless it is powered on.
@@ -77,20 +77,29 @@ Backend simulated(const BackendOptions &options) {
 
 } // namespace
 
-Backend installBackend(const BackendOptions &options) {
-  Backend backend = chooseBackend(options);
+Backend installBackend(const BackendOptions &options, const std::string &namedPrinter) {
+  Backend backend = chooseBackend(options, namedPrinter);
   requirePoweredOn(backend);
   return backend;
 }
 
 namespace {
 
-Backend chooseBackend(const BackendOptions &options) {
+// A printer asked for by name is a real one: falling back to the virtual
+// printer would print nothing where the user expects paper.
+void requireNoNamedPrinter(const std::string &namedPrinter, const std::string &why) {
+  if (namedPrinter.empty()) return;
+  fail("printer \"" + namedPrinter + "\" not found: " + why +
+       " (--backend sim uses the built-in virtual printer)");
+}
+
+Backend chooseBackend(const BackendOptions &options, const std::string &namedPrinter) {
   if (options.backend == "sim") return simulated(options);
 #if ZV_WITH_BLUEZ
   const auto probe = ZVBluezCentral::probe({options.adapter, ""});
   if (probe.status != ZVBluezProbe::Status::Ready) {
     if (options.backend == "bluez") fail(probe.message);
+    requireNoNamedPrinter(namedPrinter, "no usable BlueZ (" + probe.message + ")");
     std::fprintf(stderr, "zvprint: no usable BlueZ (%s); using the built-in virtual printer\n",
                  probe.message.c_str());
     return simulated(options);
@@ -103,6 +112,7 @@ Backend chooseBackend(const BackendOptions &options) {
   return backend;
 #else
   if (options.backend == "bluez") fail("this zvprint was built without BlueZ (ZV_WITH_BLUEZ=OFF)");
+  requireNoNamedPrinter(namedPrinter, "this zvprint was built without BlueZ");
   std::fprintf(stderr, "zvprint: built without BlueZ; using the built-in virtual printer\n");
   return simulated(options);
 #endif

@@ -41,6 +41,8 @@ struct Backend {
 /// seconds) until its adapter has reported its state. Call once, before any
 /// connection call. Exits with a one-line message saying what to do when the
 /// backend cannot be used (BlueZ missing, adapter off, no permission).
-Backend installBackend(const BackendOptions &options);
+/// With "auto" and no usable BlueZ, a @p namedPrinter (the --printer text)
+/// is reported not found instead of printing on the virtual printer.
+Backend installBackend(const BackendOptions &options, const std::string &namedPrinter = "");
 
 } // namespace zvprint

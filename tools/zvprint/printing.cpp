@@ -33,9 +33,14 @@ void printBytes(const ZVData &data, const PrintingOptions &options, const Backen
       fail(options.paper + ": " + error);
     paperNote = ", paper in " + options.paper;
   }
-  output.finish(result,
-                "printed on " + result.printerName + ": " + std::to_string(result.bytesTotal) +
-                    " bytes, confirmed by the printer" + paperNote,
+  const std::string bytes = std::to_string(result.bytesTotal) + " bytes";
+  const std::string line =
+      result.virtualPrinter
+          ? "printed on the virtual printer " + result.printerName + ": " + bytes +
+                ", nothing sent over Bluetooth" +
+                (paperNote.empty() ? " (--paper OUT.png saves its paper)" : paperNote)
+          : "printed on " + result.printerName + ": " + bytes + ", confirmed by the printer";
+  output.finish(result, line,
                 options.paper.empty() ? "" : "\"paper\":" + nlohmann::json(options.paper).dump());
 }
 
