@@ -28,6 +28,32 @@ enum ZVBluezError : int64_t {
   ZVBluezErrorNotReady = 5,     ///< no such characteristic on this link any more
 };
 
+/// How the backend sends writes without response to a data characteristic.
+///
+/// With Enhanced ATT, bluetoothd opens several ATT bearers to a peer that
+/// supports them and spreads writes without response (those on an
+/// AcquireWrite socket included) over the bearers, so chunks can overtake
+/// each other on the way to the printer. Only a write request, whose reply
+/// comes back before the next one leaves, keeps the order there.
+enum class ZVBluezWriteOrder {
+  /// The fast path (AcquireWrite socket, else WriteValue "command") where
+  /// the link has one ATT bearer, the ordered path everywhere else.
+  /// bluetoothd opens extra bearers only to a peer whose GATT Server
+  /// Supported Features (0x2B3A) have the Enhanced ATT bit set, and only
+  /// when its [GATT] Channels is above 1 (BlueZ 5.66 defaults to 3). So the
+  /// link has one bearer when bluetoothd's configuration says
+  /// `Channels = 1`, or when the printer has no 0x2B3A characteristic or
+  /// one whose bit 0 is clear (BlueZ exports it under the device and lets
+  /// any user read it). A value that cannot be read counts as several
+  /// bearers.
+  Auto,
+  /// Always the fast path: only for links known to have one ATT bearer.
+  FastPath,
+  /// Always the ordered path: each chunk is a WriteValue "request", and
+  /// the next leaves only after BlueZ has answered the previous one.
+  Ordered,
+};
+
 /// Where to find BlueZ and which adapter to use.
 struct ZVBluezOptions {
   /// Adapter name ("hci0"); empty: the first powered adapter, else the first
@@ -36,6 +62,11 @@ struct ZVBluezOptions {
   /// D-Bus address of the bus that carries org.bluez; empty: the system bus
   /// (which honours DBUS_SYSTEM_BUS_ADDRESS). Tests pass a private bus here.
   std::string busAddress;
+  /// How writes without response to a printer's data characteristic go out.
+  ZVBluezWriteOrder writeOrder = ZVBluezWriteOrder::Auto;
+  /// bluetoothd's configuration file, read (never written) for the number
+  /// of ATT bearers it opens ([GATT] Channels). Tests point it elsewhere.
+  std::string bluetoothdConfig = "/etc/bluetooth/main.conf";
 };
 
 /// Whether BlueZ can be used right now, and what to do if not.
@@ -84,12 +115,13 @@ struct ZVBluezProbe {
 ///   that BlueZ refuses, or that is longer than the ATT payload BlueZ
 ///   reports (MTU - 3, at most 512), ends the link with an error rather than
 ///   leave a silent hole in the printer's data.
-/// - Known limit: when the printer also supports Enhanced ATT (BlueZ opens
-///   extra ATT bearers, "EATT channel connected" in bluetoothd's log), BlueZ
-///   5.66 spreads writes without response over the bearers and the printer
-///   may receive chunks out of order. Printer modules seen so far have a
-///   single bearer; a BlueZ-based peripheral has several (set Channels = 1
-///   in the [GATT] section of /etc/bluetooth/main.conf to avoid it).
+/// - Order: with several ATT bearers (Enhanced ATT, "EATT channel
+///   connected" in bluetoothd's log) BlueZ spreads writes without response
+///   over the bearers and chunks could reach the printer out of order. The
+///   backend therefore writes data characteristics by the fast path only
+///   where the link has one bearer, and otherwise as a chain of write
+///   requests that keeps the order (see ZVBluezWriteOrder). The port's
+///   caller sees no difference: the writes still count as without response.
 ///
 /// Threading: like every ZVBleCentral, members are called on the main queue
 /// of @p loop, and every delegate call is made there. A bus thread of the

@@ -2,6 +2,7 @@
 // against our fake org.bluez on a private bus (passed in the way a user's
 // system bus is found: DBUS_SYSTEM_BUS_ADDRESS).
 
+#include "backends/bluez/bearer_config.h"
 #include "bluez/fake_bluez.h"
 #include "bluez/private_bus.h"
 
@@ -64,7 +65,13 @@ ZVImage picture(uint32_t width, uint32_t height) {
   return *ZVImage::fromRGBA(width, height, std::move(rgba));
 }
 
-class BluezCommandLine : public ::testing::TestWithParam<ZVVirtualPrinterProfile> {
+struct CliCase {
+  const char *name;
+  ZVVirtualPrinterProfile profile;
+  unsigned bearers; // with 2, the printer announces Enhanced ATT and writes overtake
+};
+
+class BluezCommandLine : public ::testing::TestWithParam<CliCase> {
 protected:
   void SetUp() override {
     if (!fs::exists(zvprint())) GTEST_SKIP() << "zvprint not built at " << zvprint();
@@ -75,7 +82,14 @@ protected:
 
 TEST_P(BluezCommandLine, ScanListsThePrinterAndPrintLeavesPaperThatMatchesThePreview) {
   FakeBluezConfig config;
-  config.profile = GetParam();
+  config.profile = GetParam().profile;
+  config.bearers = GetParam().bearers;
+  if (config.bearers > 1) {
+    if (zv::detail::gattChannelsOfFile("/etc/bluetooth/main.conf") == 1) {
+      GTEST_SKIP() << "this machine's bluetoothd is set to one ATT bearer";
+    }
+    config.serverFeatures = 0x01;
+  }
   FakeBluez fake(bus_.address(), config);
   ASSERT_TRUE(fake.ready());
 
@@ -112,14 +126,18 @@ TEST_P(BluezCommandLine, ScanListsThePrinterAndPrintLeavesPaperThatMatchesThePre
   EXPECT_GT(dots, 1000u);
   EXPECT_EQ(differing, 0u);
   EXPECT_EQ(fake.printer().statistics().jobsFinished, 1u);
+  if (config.bearers > 1) {
+    EXPECT_EQ(fake.requestWrites(), fake.busWrites());
+    EXPECT_EQ(fake.socketWrites(), 0u);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(BothProfiles, BluezCommandLine,
-                         ::testing::Values(ZVVirtualPrinterProfile::ISSC,
-                                           ZVVirtualPrinterProfile::IVT),
-                         [](const auto &info) {
-                           return info.param == ZVVirtualPrinterProfile::IVT ? "IVT" : "ISSC";
-                         });
+                         ::testing::Values(CliCase{"ISSC", ZVVirtualPrinterProfile::ISSC, 1},
+                                           CliCase{"IVT", ZVVirtualPrinterProfile::IVT, 1},
+                                           CliCase{"IvtEnhancedAtt", ZVVirtualPrinterProfile::IVT,
+                                                   2}),
+                         [](const auto &info) { return std::string(info.param.name); });
 
 TEST(BluezCommandLineWithoutBluez, BluezFailsWithAdviceAndAutoFallsBackWithANotice) {
   if (!fs::exists(zvprint())) GTEST_SKIP() << "zvprint not built at " << zvprint();

@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -33,6 +34,15 @@ struct FakeBluezConfig {
   uint8_t credits = 10;
   /// Whether the write characteristic offers AcquireWrite (WriteAcquired).
   bool acquireWrite = true;
+  /// ATT bearers of the link. With more than one, writes without response
+  /// (WriteValue "command" and socket writes) are spread over them as
+  /// bluetoothd does with Enhanced ATT, and of every group of that many the
+  /// later ones overtake the earlier: each group reaches the printer in
+  /// reverse. Write requests are never overtaken.
+  unsigned bearers = 1;
+  /// When set, a Generic Attribute service with a readable GATT Server
+  /// Supported Features characteristic (0x2B3A) of this first octet.
+  std::optional<uint8_t> serverFeatures;
   /// Idle time after the last data before the job counts as printed.
   double printFinishDelay = 0.3;
 };
@@ -56,6 +66,8 @@ public:
   ZVVirtualPrinter &printer() { return *printer_; }
   uint64_t socketWrites() const { return socketWrites_.load(); }
   uint64_t busWrites() const { return busWrites_.load(); }
+  /// WriteValue calls of type "request" (counted in busWrites() too).
+  uint64_t requestWrites() const { return requestWrites_.load(); }
   /// The Transport of the last SetDiscoveryFilter ("" before one).
   std::string discoveryTransport() const;
 
@@ -73,6 +85,7 @@ private:
   std::atomic<bool> dropRequested_{false};
   std::atomic<uint64_t> socketWrites_{0};
   std::atomic<uint64_t> busWrites_{0};
+  std::atomic<uint64_t> requestWrites_{0};
   mutable std::mutex transportMutex_;
   std::string transport_;
   std::thread thread_;

@@ -5,6 +5,7 @@
 
 #include <zvprinter/ZVBleService.h>
 
+#include <algorithm>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -40,7 +41,7 @@ void FakeBluez::Service::buildCharacteristic(const std::string &servicePath,
       .implementedAs([this, key](const Options &) { return characteristics[key].value; });
   object.registerMethod("WriteValue")
       .onInterface(kCharacteristic)
-      .implementedAs([this, key](const std::vector<uint8_t> &value, const Options &) {
+      .implementedAs([this, key](const std::vector<uint8_t> &value, const Options &options) {
         if (!connected) throw sdbus::Error("org.bluez.Error.Failed", "Not connected");
         if (owner.refuseWrites_.load()) {
           throw sdbus::Error("org.bluez.Error.Failed", "Operation failed with ATT error: 0x80");
@@ -49,7 +50,14 @@ void FakeBluez::Service::buildCharacteristic(const std::string &servicePath,
           throw sdbus::Error("org.bluez.Error.NotPermitted", "Write not permitted");
         }
         ++owner.busWrites_;
-        deliver(value);
+        const auto type = options.find("type");
+        if (type != options.end() && type->second.get<std::string>() == "request") {
+          ++owner.requestWrites_;
+          flushBearers();
+          deliver(value);
+        } else {
+          deliverUnacknowledged(value);
+        }
       });
   object.registerMethod("StartNotify").onInterface(kCharacteristic).implementedAs([this, key] {
     auto &c = characteristics[key];
@@ -99,6 +107,7 @@ void FakeBluez::Service::setConnected(bool on) {
     for (int fd : sockets)
       ::close(fd);
     sockets.clear();
+    inFlight.clear();
     for (auto &[key, c] : characteristics)
       c.notifying = false;
     notifications.clear();
@@ -116,6 +125,21 @@ void FakeBluez::Service::deliver(const std::vector<uint8_t> &bytes) {
     writesSinceGrant = 0;
     notify("FF03", {0x01, owner.config_.credits});
   }
+}
+
+void FakeBluez::Service::deliverUnacknowledged(std::vector<uint8_t> bytes) {
+  const unsigned bearers = std::max(1u, owner.config_.bearers);
+  inFlight.push_back(std::move(bytes));
+  if (inFlight.size() < bearers) return;
+  for (auto it = inFlight.rbegin(); it != inFlight.rend(); ++it)
+    deliver(*it);
+  inFlight.clear();
+}
+
+void FakeBluez::Service::flushBearers() {
+  for (const auto &bytes : inFlight)
+    deliver(bytes);
+  inFlight.clear();
 }
 
 void FakeBluez::Service::flushNotifications() {
@@ -144,7 +168,7 @@ void FakeBluez::Service::readSockets() {
     const ssize_t got = ::recv(*it, buffer, sizeof buffer, MSG_DONTWAIT);
     if (got > 0) {
       ++owner.socketWrites_;
-      deliver(std::vector<uint8_t>(buffer, buffer + got));
+      deliverUnacknowledged(std::vector<uint8_t>(buffer, buffer + got));
       continue; // drain this socket before moving on
     }
     if (got == 0 || (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR)) {

@@ -61,6 +61,7 @@ struct FakeBluez::Service {
   std::deque<std::pair<std::string, std::vector<uint8_t>>> notifications;
   uint32_t writesSinceGrant = 0;
   std::optional<Clock::time_point> lastData;
+  std::vector<std::vector<uint8_t>> inFlight; // unacknowledged writes on their bearers
 
   explicit Service(FakeBluez &fake, const std::string &address) : owner(fake) {
     connection = sdbus::createSessionBusConnectionWithAddress(address);
@@ -85,6 +86,10 @@ struct FakeBluez::Service {
     }
     buildService("0010", "180A", {{"2A24", {"read"}}});
     characteristics["2A24"].value.assign(owner.config_.name.begin(), owner.config_.name.end());
+    if (owner.config_.serverFeatures) {
+      buildService("0020", "1801", {{"2B3A", {"read"}}});
+      characteristics["2B3A"].value = {*owner.config_.serverFeatures};
+    }
   }
 
   ~Service() {
@@ -168,6 +173,10 @@ struct FakeBluez::Service {
                            const std::string &uuid, const std::vector<std::string> &flags);
   void setConnected(bool on);
   void deliver(const std::vector<uint8_t> &bytes);
+  /// A write without response: with several bearers it may be overtaken.
+  void deliverUnacknowledged(std::vector<uint8_t> bytes);
+  /// Hands the printer what the bearers still hold, in the order sent.
+  void flushBearers();
   void notify(const std::string &uuid, std::vector<uint8_t> value) {
     notifications.emplace_back(uuid, std::move(value));
   }

@@ -56,7 +56,8 @@ void FakeBluez::run(std::string busAddress) {
     std::vector<pollfd> descriptors{{pollData.fd, pollData.events, 0}};
     for (int fd : service->sockets)
       descriptors.push_back({fd, POLLIN, 0});
-    ::poll(descriptors.data(), descriptors.size(), 20);
+    // Nothing arrives for a poll period: the bearers have delivered all.
+    if (::poll(descriptors.data(), descriptors.size(), 20) == 0) service->flushBearers();
     service->readSockets();
   }
 }

@@ -1,25 +1,22 @@
 #pragma once
 
-// A rig for the connection layer: ZVRunLoop::main() under the virtual clock,
-// a simulated central installed through ZVPlatform, virtual printers, and a
+// A rig for the connection layer: the simulated central installed (under the
+// virtual clock unless a test picks the real one), virtual printers, and a
 // delegate that records every event with the loop time it arrived at.
-// Every test runs in its own process (gtest_discover_tests), so the
-// library's singletons start fresh in each.
 
 #include <zvprinter/ZVBluetoothManager.h>
 #include <zvprinter/ZVConnectInterface.h>
-#include <zvprinter/ZVLanguageConfig.h>
 #include <zvprinter/ZVPeripheralManager.h>
-#include <zvprinter/ZVPlatform.h>
-#include <zvprinter/ZVRunLoop.h>
-#include <zvprinter/ZVSimCentral.h>
 #include <zvprinter/ZVVirtualPrinter.h>
+
+#include "support/sim_central.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -89,9 +86,8 @@ struct SendRecorder {
 class ConnectionTest : public ::testing::Test {
 protected:
   void SetUp() override {
-    loop().setClock(ZVRunLoop::Clock::Virtual);
-    central = std::make_shared<ZVSimCentral>(loop(), poweredOnAtStart);
-    ZVPlatform::setCentralFactory([c = central] { return c; });
+    installed_.emplace(clock, poweredOnAtStart);
+    central = installed_->central;
     delegate = std::make_shared<RecordingDelegate>();
     facade().setDelegate(delegate);
     loop().runFor(0.001); // the central reports its first state
@@ -124,7 +120,7 @@ protected:
           }
           return found != nullptr;
         },
-        1.0);
+        10.0);
     return found;
   }
 
@@ -133,7 +129,7 @@ protected:
     auto record = scanFor(printer);
     if (!record) return nullptr;
     facade().connectPrinter(record);
-    if (!loop().runUntil([] { return facade().isConnected(); }, 2.0)) return nullptr;
+    if (!loop().runUntil([] { return facade().isConnected(); }, 10.0)) return nullptr;
     loop().runFor(0.05); // let the start-up traffic settle
     return record;
   }
@@ -147,7 +143,9 @@ protected:
     return matching;
   }
 
+  ZVRunLoop::Clock clock = ZVRunLoop::Clock::Virtual;
   bool poweredOnAtStart = true;
+  std::optional<InstalledSimCentral> installed_;
   std::shared_ptr<ZVSimCentral> central;
   std::shared_ptr<RecordingDelegate> delegate;
 };

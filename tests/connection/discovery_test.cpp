@@ -216,14 +216,5 @@ TEST(ZVPrinterMessageArchive, BadInputGivesNull) {
   EXPECT_EQ(partial->mode, 0);
 }
 
-TEST(ZVLanguageConfigTest, StoresTheCodeAndNothingElse) {
-  auto &config = ZVLanguageConfig::defaultConfig();
-  EXPECT_EQ(&config, &ZVLanguageConfig::defaultConfig());
-  EXPECT_FALSE(config.languageCode());
-  config.setLanguageCode("en");
-  EXPECT_EQ(config.languageCode(), "en");
-  EXPECT_EQ(ZVConnectErrorMake(ZVConnectErrorConnectFailed).localizedDescription, "蓝牙连接失败");
-}
-
 } // namespace
 } // namespace zvtest

@@ -9,34 +9,20 @@
 namespace zvtest {
 namespace {
 
-class ThreadedWritePathTest : public ::testing::TestWithParam<ZVVirtualPrinterProfile> {
+class ThreadedWritePathTest : public ConnectionTest,
+                              public ::testing::WithParamInterface<ZVVirtualPrinterProfile> {
 protected:
-  void SetUp() override {
-    ZVRunLoop::main().setClock(ZVRunLoop::Clock::Real);
-    central = std::make_shared<ZVSimCentral>(ZVRunLoop::main());
-    ZVPlatform::setCentralFactory([c = central] { return c; });
-    delegate = std::make_shared<RecordingDelegate>();
-    ZVConnectInterface::shared().setDelegate(delegate);
-  }
-
-  std::shared_ptr<ZVSimCentral> central;
-  std::shared_ptr<RecordingDelegate> delegate;
+  ThreadedWritePathTest() { clock = ZVRunLoop::Clock::Real; }
 };
 
 TEST_P(ThreadedWritePathTest, EveryByteArrivesOnceAndTheSendCompletesOnce) {
   auto &loop = ZVRunLoop::main();
-  auto &facade = ZVConnectInterface::shared();
   auto &link = ZVPeripheralManager::share();
   ZVVirtualPrinterConfig config;
   config.profile = GetParam();
   config.connectionInterval = 0.002;
-  auto printer = std::make_shared<ZVVirtualPrinter>(config);
-  central->addPrinter(printer);
-  facade.scanBluetooth();
-  ASSERT_TRUE(
-      loop.runUntil([&] { return !ZVBluetoothManager::shareInstance().devices().empty(); }, 10.0));
-  facade.connectPrinter(ZVBluetoothManager::shareInstance().devices().front());
-  ASSERT_TRUE(loop.runUntil([&] { return facade.isConnected(); }, 10.0));
+  auto printer = addPrinter(config);
+  ASSERT_TRUE(connect(printer));
 
   std::vector<ZVProgress> reports;
   link.setSendProgressBlock([&](const ZVProgress &p) { reports.push_back(p); });
@@ -79,17 +65,10 @@ TEST_P(ThreadedWritePathTest, EveryByteArrivesOnceAndTheSendCompletesOnce) {
 
 TEST_P(ThreadedWritePathTest, StoppingAndDisconnectingMidSendIsSafe) {
   auto &loop = ZVRunLoop::main();
-  auto &facade = ZVConnectInterface::shared();
   auto &link = ZVPeripheralManager::share();
   ZVVirtualPrinterConfig config;
   config.profile = GetParam();
-  auto printer = std::make_shared<ZVVirtualPrinter>(config);
-  central->addPrinter(printer);
-  facade.scanBluetooth();
-  ASSERT_TRUE(
-      loop.runUntil([&] { return !ZVBluetoothManager::shareInstance().devices().empty(); }, 10.0));
-  facade.connectPrinter(ZVBluetoothManager::shareInstance().devices().front());
-  ASSERT_TRUE(loop.runUntil([&] { return facade.isConnected(); }, 10.0));
+  ASSERT_TRUE(connect(addPrinter(config)));
   for (int round = 0; round < 20; ++round) {
     link.sendDataToPrinter(bytesOf(4000));
     loop.runFor(0.003);
@@ -97,7 +76,7 @@ TEST_P(ThreadedWritePathTest, StoppingAndDisconnectingMidSendIsSafe) {
   }
   link.sendDataToPrinter(bytesOf(4000));
   loop.runFor(0.01);
-  facade.disconnect();
+  facade().disconnect();
   ASSERT_TRUE(loop.runUntil([&] { return delegate->count("disconnect 1") == 1; }, 10.0));
   loop.runFor(0.1);
   EXPECT_TRUE(link.totalData().empty());

@@ -6,10 +6,9 @@
 
 #include <zvprinter/ZVBluetoothManager.h>
 #include <zvprinter/ZVConnectInterface.h>
-#include <zvprinter/ZVPlatform.h>
-#include <zvprinter/ZVRunLoop.h>
-#include <zvprinter/ZVSimCentral.h>
 #include <zvprinter/ZVVirtualPrinter.h>
+
+#include "support/sim_central.h"
 
 #include <memory>
 
@@ -18,14 +17,10 @@ namespace zvtest {
 struct JobRig {
   explicit JobRig(ZVVirtualPrinterProfile profile = ZVVirtualPrinterProfile::ISSC,
                   ZVVirtualPrinterConfig config = {}) {
-    ZVRunLoop::main().setClock(ZVRunLoop::Clock::Virtual);
     config.profile = profile;
     printer = std::make_shared<ZVVirtualPrinter>(config);
-    central = std::make_shared<ZVSimCentral>(ZVRunLoop::main());
     central->addPrinter(printer);
-    ZVPlatform::setCentralFactory([central = central] { return central; });
   }
-  ~JobRig() { ZVPlatform::setCentralFactory({}); }
 
   /// Records the facade's connection events.
   class Delegate : public ZVPrinterInterfaceDelegate {
@@ -51,8 +46,9 @@ struct JobRig {
     return delegate;
   }
 
+  InstalledSimCentral installed;
+  std::shared_ptr<ZVSimCentral> central = installed.central;
   std::shared_ptr<ZVVirtualPrinter> printer;
-  std::shared_ptr<ZVSimCentral> central;
 };
 
 } // namespace zvtest

@@ -1,5 +1,6 @@
 #include "backends/bluez/bluez_peripheral.h"
 
+#include "backends/bluez/bearer_config.h"
 #include "backends/bluez/bluez_central_impl.h"
 #include "backends/bluez/bluez_errors.h"
 #include "backends/bluez/bluez_names.h"
@@ -43,6 +44,12 @@ void BluezPeripheral::postOnLink(ZVRunLoop &loop, std::weak_ptr<ZVBlePeripheral>
 void BluezPeripheral::linkOpened() {
   ++link_;
   pendingDiscovery_.reset();
+  orderedLink_.reset();
+  {
+    std::lock_guard lock(orderedMutex_);
+    orderedQueue_.clear();
+    orderedInFlight_ = false;
+  }
   services_.clear();
   servicesByPath_.clear();
   std::lock_guard lock(channelsMutex_);
@@ -52,6 +59,12 @@ void BluezPeripheral::linkOpened() {
 void BluezPeripheral::linkClosed() {
   ++link_;
   pendingDiscovery_.reset();
+  orderedLink_.reset();
+  {
+    std::lock_guard lock(orderedMutex_);
+    orderedQueue_.clear();
+    orderedInFlight_ = false;
+  }
   std::vector<Channel> closed;
   {
     std::lock_guard lock(channelsMutex_);
@@ -141,7 +154,27 @@ void BluezPeripheral::discoverCharacteristics(const std::optional<std::vector<st
     fresh.push_back(std::move(channel));
   }
   service->setCharacteristics(std::move(characteristics));
-  acquireWrites(std::move(fresh), service);
+  const bool unacknowledged = std::any_of(fresh.begin(), fresh.end(), [](const Channel &ch) {
+    return ch.characteristic->properties() & ZVBleCharacteristicPropertyWriteWithoutResponse;
+  });
+  if (!unacknowledged) {
+    acquireWrites(std::move(fresh), service);
+    return;
+  }
+  // No socket is acquired before the order is settled: an open AcquireWrite
+  // socket makes BlueZ refuse every WriteValue ("Write acquired").
+  decideWriteOrder(
+      [fresh = std::move(fresh), service](BluezPeripheral &self, bool ordered) mutable {
+        for (auto &channel : fresh) {
+          if (!(channel.characteristic->properties() &
+                ZVBleCharacteristicPropertyWriteWithoutResponse)) {
+            continue;
+          }
+          channel.ordered = ordered;
+          if (ordered) channel.acquirable = false;
+        }
+        self.acquireWrites(std::move(fresh), service);
+      });
 }
 
 void BluezPeripheral::readValue(const std::shared_ptr<ZVBleCharacteristic> &characteristic) {

@@ -11,6 +11,7 @@
 #include <zvprinter/ZVRunLoop.h>
 
 #include <atomic>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -67,6 +68,11 @@ private:
     bool notifyRequested = false;
     bool acquirable = false;             // BlueZ offers AcquireWrite for it
     std::shared_ptr<WriteSocket> socket; // the acquired socket
+    bool ordered = false;                // writes without response go as a chain of requests
+  };
+  struct OrderedWrite {
+    std::string path;
+    ZVData value;
   };
 
   std::shared_ptr<BluezPeripheral> self();
@@ -81,6 +87,15 @@ private:
   std::optional<Channel> channel(const std::shared_ptr<ZVBleCharacteristic> &c) const;
   std::string servicePath(const std::shared_ptr<ZVBleService> &service) const;
   void writeOverBus(const ZVData &value, const Channel &channel, int64_t type);
+  /// Decides, once per link, whether data writes must keep their order by
+  /// going as requests (several ATT bearers, or not known to be one), then
+  /// runs @p then on the main queue with the answer.
+  void decideWriteOrder(std::function<void(BluezPeripheral &, bool ordered)> then);
+  /// Queues a write without response of an ordered channel and sends it
+  /// when every earlier one has been answered.
+  void writeOrdered(const ZVData &value, const Channel &channel);
+  /// Sends the head of the ordered queue (bus thread or any thread).
+  void sendNextOrdered(uint64_t link);
   void callDelegate(const std::function<void(ZVBlePeripheralDelegate &)> &call);
 
   const std::string address_;
@@ -99,6 +114,11 @@ private:
 
   mutable std::mutex channelsMutex_; // channels_ is read by writeValue() on any thread
   std::vector<Channel> channels_;
+  std::optional<bool> orderedLink_; // the decision for the open link, main queue
+
+  std::mutex orderedMutex_; // writeValue() on any thread, replies on the bus thread
+  std::deque<OrderedWrite> orderedQueue_;
+  bool orderedInFlight_ = false;
 };
 
 } // namespace zv::detail

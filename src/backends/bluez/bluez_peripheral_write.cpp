@@ -91,6 +91,7 @@ void BluezPeripheral::writeValue(const ZVData &value,
   if (state() != ZVBlePeripheralStateConnected) return;
   const auto found = channel(characteristic);
   if (!found) return;
+  if (type == ZVBleWriteWithoutResponse && found->ordered) return writeOrdered(value, *found);
   if (type == ZVBleWriteWithoutResponse && found->socket) {
     const bool tooLong = value.size() > found->socket->payloadLimit();
     std::string problem = found->socket->write(value);
