@@ -17,8 +17,8 @@ packages=(
 test_packages=(
   git clang libclang-rt-14-dev clang-format
   googletest libgtest-dev libgmock-dev libbenchmark-dev
-  python3 python3-skimage
-  python3-dbusmock dbus
+  python3 python3-skimage python3-pil python3-numpy
+  python3-dbusmock dbus python3-dev pybind11-dev python3-pytest python3-venv
 )
 bench_packages=(imagemagick hyperfine time python3 python3-pil)
 

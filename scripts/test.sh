@@ -16,7 +16,8 @@ git ls-files -- '*.cpp' '*.h' | xargs -r clang-format --dry-run --Werror
 
 echo "== g++ build and tests"
 cmake -S . -B build/ci-gcc -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DCMAKE_CXX_COMPILER=g++ -DZV_BUILD_BENCH=ON -DCMAKE_INSTALL_PREFIX="$PWD/build/ci-prefix"
+  -DCMAKE_CXX_COMPILER=g++ -DZV_BUILD_BENCH=ON -DCMAKE_INSTALL_PREFIX="$PWD/build/ci-prefix" \
+  -DZV_BUILD_PYTHON=ON -DPython3_EXECUTABLE=/usr/bin/python3
 cmake --build build/ci-gcc -j "$jobs"
 ctest --test-dir build/ci-gcc -j "$jobs" --timeout 300
 
