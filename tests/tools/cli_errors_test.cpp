@@ -105,6 +105,11 @@ const ErrorCase kCases[] = {
     {"LabelHugeY", "label -o {dir}/j --image {img} --y 99999", 1, "--y 99999 is off the label"},
     {"LabelZeroCopies", "label -o {dir}/j --copies 0", 2, "--copies"},
     {"LabelMissingImage", "label -o {dir}/j --image {dir}/none.png", 1, "No such file"},
+    {"PrintZeroWidth", "print {img} --width 0", 2,
+     "--width: 0 dots is not a whole number of bytes from 8 to 576"},
+    {"PrintPartByteWidth", "print {img} --width 7", 2, "--width: 7 dots is not"},
+    {"PrintOddWidth", "print {img} --width 100", 2, "--width: 100 dots is not"},
+    {"PrintHugeWidth", "print {img} --width 100000", 2, "--width: 100000 dots is not"},
     {"BarcodeUnknownType", "barcode qr 123", 2, "barcode: TYPE"},
     {"BarcodeBadDigit", "barcode ean8 12345678", 1, "check digit 8 does not match"},
 };

@@ -7,6 +7,7 @@
 
 #include <zvprinter/ZVPrintImage.h>
 
+#include <cstdlib>
 #include <memory>
 
 namespace zvprint {
@@ -44,8 +45,22 @@ void addPrintCommand(CLI::App &app) {
   command->add_option("--mode", options->mode, "Processing mode")
       ->transform(modeOption())
       ->default_val(1);
-  command->add_option("--width", options->width,
-                      "Print width in dots (default 576); wider images are scaled down");
+  // Rows go to the head in whole bytes, and the head is 576 dots wide.
+  const CLI::Validator printWidth(
+      [](std::string &text) {
+        constexpr long kWidest = ZVPrintImage::kDefaultPrintWidthDots;
+        char *end = nullptr;
+        const long dots = std::strtol(text.c_str(), &end, 10);
+        if (*end == '\0' && dots >= 8 && dots <= kWidest && dots % 8 == 0) return std::string();
+        return text + " dots is not a whole number of bytes from 8 to " + std::to_string(kWidest) +
+               " (a multiple of 8)";
+      },
+      "8..576, multiple of 8");
+  command
+      ->add_option("--width", options->width,
+                   "Print width in dots, a multiple of 8 up to 576 (default 576); wider images "
+                   "are scaled down")
+      ->check(printWidth);
   command->add_flag("--enlarge", options->enlarge, "Scale narrower images up to the print width");
   addPrintingOptions(*command, options->printing);
   command->callback([options] { print(*options); });
