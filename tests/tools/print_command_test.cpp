@@ -88,8 +88,18 @@ TEST(PrintCommand, EveryFailureIsOneLineAndNonZero) {
 
 TEST(PrintCommand, DeviceCommandsAnswer) {
   EXPECT_EQ(run("status").output, "state: ready\nstatus: 0\n");
-  EXPECT_EQ(run("info --json").output,
-            "{\"firmware\":\"1.0.3\",\"name\":\"ZV-P1\",\"serial\":\"ZV2026000001\"}\n");
+  EXPECT_EQ(run("info --json").output, "{\"firmware\":\"1.0.3\",\"name\":\"ZV-P1\",\"ok\":true,"
+                                       "\"serial\":\"ZV2026000001\"}\n");
+  EXPECT_EQ(run("status --json").output, "{\"ok\":true,\"state\":\"ready\",\"status\":0}\n");
+  // A script gets its one object on failure too, before the line on stderr.
+  for (const char *question : {"status", "info", "wifi show"}) {
+    const Outcome failed = run(std::string(question) + " --json --printer nosuch");
+    EXPECT_EQ(failed.status, 1) << question;
+    EXPECT_EQ(
+        failed.output.rfind("{\"failure\":\"not-found\",\"nothing_sent\":true,\"ok\":false,", 0),
+        0u)
+        << failed.output;
+  }
   EXPECT_EQ(run("wifi set --ssid office --mode ap --profile ivt").status, 0);
   EXPECT_EQ(run("wifi restart").status, 0);
 }

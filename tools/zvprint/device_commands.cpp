@@ -10,6 +10,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdlib>
+
 #include <iostream>
 #include <map>
 #include <memory>
@@ -48,16 +50,38 @@ std::vector<std::string> ask(const DeviceOptions &options, std::vector<ZVPrinter
   JobOutput output(quiet, what, "answers");
   query.setProgressHandler(output.handler());
   const ZVJobResult result = query.run();
-  if (!result.succeeded) fail(what + " failed: " + result.reason);
+  if (!result.succeeded) {
+    // A script reading --json gets its one object on failure too.
+    if (options.output.json) {
+      std::cout << nlohmann::json{{"ok", false},
+                                  {"failure", ZVJobFailureName(result.failure)},
+                                  {"reason", result.reason},
+                                  {"printer", result.printerName},
+                                  {"virtual", result.virtualPrinter},
+                                  {"nothing_sent", result.nothingSent}}
+                       .dump()
+                << "\n"
+                << std::flush;
+    }
+    fail(what + " failed: " + result.reason);
+  }
   return query.answers();
 }
 
 void printFields(const DeviceOptions &options, const std::vector<std::string> &names,
                  const std::vector<std::string> &values) {
   if (options.output.json) {
-    nlohmann::json out = nlohmann::json::object();
-    for (size_t i = 0; i < names.size() && i < values.size(); ++i)
-      out[names[i]] = values[i];
+    nlohmann::json out{{"ok", true}};
+    for (size_t i = 0; i < names.size() && i < values.size(); ++i) {
+      // Numbers stay numbers for a script (names, versions and serials are text).
+      char *end = nullptr;
+      const long long number = std::strtoll(values[i].c_str(), &end, 10);
+      const bool numeric = names[i] == "status" || names[i] == "auth";
+      if (numeric && !values[i].empty() && *end == '\0')
+        out[names[i]] = number;
+      else
+        out[names[i]] = values[i];
+    }
     std::cout << out.dump() << "\n";
     return;
   }
