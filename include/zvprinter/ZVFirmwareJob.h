@@ -8,13 +8,23 @@
 #include <zvprinter/ZVJobTypes.h>
 #include <zvprinter/ZVTypes.h>
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace zv::detail {
 class JobRun;
 }
+
+/// What a person should see before a firmware image goes to a printer.
+struct ZVFirmwareImageFacts {
+  uint64_t bytes = 0;  ///< size of the file
+  uint64_t frames = 0; ///< acknowledged frames it is sent in
+  uint32_t crc32 = 0;  ///< standard CRC-32 of the file (as zlib computes it)
+};
 
 struct ZVFirmwareJobOptions {
   ZVPrinterTarget printer;
@@ -43,8 +53,17 @@ struct ZVFirmwareJobOptions {
 class ZV_EXPORT ZVFirmwareJob {
 public:
   explicit ZVFirmwareJob(std::vector<ZVFirmwareSlice> slices, ZVFirmwareJobOptions options = {});
-  /// A job sending @p image cut into frames by ZVPackProtocol.
+  /// A job sending @p image cut into frames by ZVPackProtocol. When
+  /// refusal() has a reason against @p image, the job fails with InvalidJob
+  /// and that reason before connecting: nothing is sent.
   static ZVFirmwareJob forImage(const ZVData &image, ZVFirmwareJobOptions options = {});
+  /// Why @p image is plainly not firmware (empty; a picture, a document or
+  /// an archive known by its first bytes; text), or std::nullopt. The boot
+  /// loader accepts any frames whose checksums match, so such a file would
+  /// be written over the printer's firmware.
+  static std::optional<std::string> refusal(const ZVData &image);
+  /// Size, frame count and CRC-32 of @p image, to show before sending.
+  static ZVFirmwareImageFacts facts(const ZVData &image);
   ZVFirmwareJob(const ZVFirmwareJob &) = delete;
   ZVFirmwareJob &operator=(const ZVFirmwareJob &) = delete;
   ZVFirmwareJob(ZVFirmwareJob &&other) noexcept;
@@ -57,6 +76,7 @@ public:
 private:
   std::vector<ZVFirmwareSlice> slices_;
   ZVFirmwareJobOptions options_;
+  std::optional<std::string> refusal_;
   ZVJobProgressHandler progress_;
   std::mutex mutex_;
   std::weak_ptr<zv::detail::JobRun> run_;

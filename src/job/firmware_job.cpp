@@ -23,14 +23,16 @@ double stallLimit(int64_t maxResendCount) {
 class FirmwareRun final : public JobRun {
 public:
   FirmwareRun(std::vector<ZVFirmwareSlice> slices, ZVFirmwareJobOptions options,
-              ZVJobProgressHandler progress, ZVJobCompletion completion)
+              std::optional<std::string> refusal, ZVJobProgressHandler progress,
+              ZVJobCompletion completion)
       : JobRun(options.printer, options.connection, std::move(progress), std::move(completion)),
-        slices_(std::move(slices)), options_(std::move(options)) {
+        slices_(std::move(slices)), options_(std::move(options)), refusal_(std::move(refusal)) {
     result_.bytesTotal = slices_.size();
   }
 
 private:
   std::optional<JobFailure> invalidInput() const override {
+    if (refusal_) return JobFailure{ZVJobFailure::InvalidJob, *refusal_};
     const bool emptyFrame = std::any_of(slices_.begin(), slices_.end(),
                                         [](const auto &slice) { return slice.data.empty(); });
     if (slices_.empty() || emptyFrame)
@@ -103,6 +105,7 @@ private:
 
   std::vector<ZVFirmwareSlice> slices_;
   ZVFirmwareJobOptions options_;
+  std::optional<std::string> refusal_;
   std::shared_ptr<ZVFirmwareDispatcher> sender_;
   std::shared_ptr<ZVTimer> stallTimer_;
   double lastMovement_ = 0;
@@ -117,13 +120,18 @@ ZVFirmwareJob::ZVFirmwareJob(std::vector<ZVFirmwareSlice> slices, ZVFirmwareJobO
 
 ZVFirmwareJob::ZVFirmwareJob(ZVFirmwareJob &&other) noexcept
     : slices_(std::move(other.slices_)), options_(std::move(other.options_)),
-      progress_(std::move(other.progress_)) {
+      refusal_(std::move(other.refusal_)), progress_(std::move(other.progress_)) {
   std::lock_guard lock(other.mutex_);
   run_ = std::move(other.run_);
 }
 
 ZVFirmwareJob ZVFirmwareJob::forImage(const ZVData &image, ZVFirmwareJobOptions options) {
-  return ZVFirmwareJob(ZVPackProtocol::generateFirmwarePacksWithData(image), std::move(options));
+  auto refused = refusal(image);
+  ZVFirmwareJob job(refused ? std::vector<ZVFirmwareSlice>{}
+                            : ZVPackProtocol::generateFirmwarePacksWithData(image),
+                    std::move(options));
+  job.refusal_ = std::move(refused);
+  return job;
 }
 
 void ZVFirmwareJob::setProgressHandler(ZVJobProgressHandler handler) {
@@ -131,7 +139,7 @@ void ZVFirmwareJob::setProgressHandler(ZVJobProgressHandler handler) {
 }
 
 void ZVFirmwareJob::start(ZVJobCompletion completion) {
-  auto run = std::make_shared<zv::detail::FirmwareRun>(slices_, options_, progress_,
+  auto run = std::make_shared<zv::detail::FirmwareRun>(slices_, options_, refusal_, progress_,
                                                        std::move(completion));
   {
     std::lock_guard lock(mutex_);

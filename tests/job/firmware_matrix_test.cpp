@@ -9,8 +9,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -119,12 +121,56 @@ TEST_P(FirmwareMatrix, FirmwareJob) {
 
 INSTANTIATE_TEST_SUITE_P(Cells, FirmwareMatrix, testing::ValuesIn(allCases()), caseName);
 
-TEST(FirmwareJob, RefusesAnEmptyImageBeforeConnecting) {
-  zvtest::JobRig rig;
-  const ZVJobResult result = ZVFirmwareJob::forImage({}).run();
-  EXPECT_EQ(result.failure, ZVJobFailure::InvalidJob);
-  EXPECT_EQ(result.attempts, 0);
-  EXPECT_FALSE(rig.printer->isConnected());
+ZVData bytesOf(std::string_view text) {
+  return ZVData(text.begin(), text.end());
+}
+
+TEST(FirmwareJob, RefusesWhatIsPlainlyNotFirmwareBeforeConnecting) {
+  ZVData tar(600, 0);
+  std::copy_n("ustar", 5, tar.begin() + 257);
+  const ZVData bmp{'B', 'M', 10, 0, 0, 0, 0, 0, 0, 0}; // its header gives its size
+  struct Case {
+    const char *name;
+    ZVData image;
+    const char *reason; // nullptr: nothing speaks against it
+  };
+  const Case cases[] = {
+      {"empty", {}, "the file is empty"},
+      {"png", bytesOf("\x89PNG\r\n\x1A\n\0\0\0\rIHDR"), "a PNG image"},
+      {"jpeg", bytesOf("\xFF\xD8\xFF\xE0\0\x10JFIF"), "a JPEG image"},
+      {"zip", bytesOf("PK\x03\x04\x14\0\0\0"), "a ZIP archive"},
+      {"gzip", bytesOf("\x1F\x8B\x08\0"), "a gzip archive"},
+      {"tar", tar, "a tar archive"},
+      {"bmp sized", bmp, "a BMP image"},
+      {"ascii text", bytesOf("release notes\n\tfixed paper feed\r\n"), "text"},
+      {"utf-8 text", bytesOf("固件说明 — version 2\n"), "text"},
+      {"binary", firmwareImage(), nullptr},
+      {"BM without its size", bytesOf("BM\x01\x02\x03\x04\0\xFF"), nullptr},
+      {"text with a NUL", bytesOf(std::string_view("abc\0def", 7)), nullptr},
+      {"cut UTF-8", bytesOf("abc\xE5\x9B"), nullptr},
+  };
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.name);
+    const auto refused = ZVFirmwareJob::refusal(c.image);
+    ASSERT_EQ(refused.has_value(), c.reason != nullptr) << refused.value_or("");
+    if (!c.reason) continue;
+    EXPECT_NE(refused->find(c.reason), std::string::npos) << *refused;
+    zvtest::JobRig rig;
+    const ZVJobResult result = ZVFirmwareJob::forImage(c.image).run();
+    EXPECT_EQ(result.failure, ZVJobFailure::InvalidJob);
+    EXPECT_EQ(result.reason, *refused);
+    EXPECT_TRUE(result.nothingSent);
+    EXPECT_EQ(result.attempts, 0);
+    EXPECT_FALSE(rig.printer->isConnected());
+  }
+}
+
+TEST(FirmwareJob, FactsShownBeforeSending) {
+  const auto digits = bytesOf("123456789");
+  EXPECT_EQ(ZVFirmwareJob::facts(digits).crc32, 0xCBF43926u); // the standard check value
+  const auto facts = ZVFirmwareJob::facts(firmwareImage());
+  EXPECT_EQ(facts.bytes, 5000u);
+  EXPECT_EQ(facts.frames, 3u);
 }
 
 } // namespace

@@ -69,7 +69,12 @@ TEST(PrintCommand, EveryFailureIsOneLineAndNonZero) {
       {"print " + std::string(ZV_TEST_DIR) +
            "/preview/golden/astronaut_threshold.png --printer nosuch",
        "zvprint: print failed: no printer named \"nosuch\" found within 10 s"},
-      {"firmware " + empty.string(), "zvprint: " + empty.string() + " is empty"},
+      {"firmware " + empty.string(), "zvprint: " + empty.string() + ": the file is empty"},
+      {"firmware " + junk.string() + " --yes",
+       "zvprint: " + junk.string() + ": the file is text, not firmware; nothing was sent"},
+      // Without a terminal to ask on, only --yes sends.
+      {"firmware " + std::string(ZV_TEST_DIR) + "/../fuzz/corpus/image_decode_fuzz/garbage.bin",
+       "zvprint: firmware update not confirmed: run it from a terminal or add --yes"},
       {"status --printer nosuch", "zvprint: status failed: no printer named \"nosuch\""},
       {"wifi set", "zvprint: wifi set: give at least one of"},
   };
@@ -102,6 +107,19 @@ TEST(PrintCommand, DeviceCommandsAnswer) {
   }
   EXPECT_EQ(run("wifi set --ssid office --mode ap --profile ivt").status, 0);
   EXPECT_EQ(run("wifi restart").status, 0);
+
+  const fs::path firmware = scratch("_firmware.bin");
+  {
+    std::ofstream out(firmware, std::ios::binary);
+    for (int i = 0; i < 5000; ++i)
+      out.put(static_cast<char>(i * 31 + 7));
+  }
+  const Outcome dry = run("firmware " + firmware.string() + " --dry-run");
+  EXPECT_EQ(dry.status, 0) << dry.output;
+  EXPECT_NE(dry.output.find("5000 bytes, 3 frames, CRC-32 "), std::string::npos) << dry.output;
+  EXPECT_NE(dry.output.find("dry run: nothing was sent"), std::string::npos) << dry.output;
+  EXPECT_EQ(run("firmware " + firmware.string() + " --yes").status, 0);
+  fs::remove(firmware);
 }
 
 } // namespace

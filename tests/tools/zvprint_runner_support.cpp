@@ -42,9 +42,10 @@ fs::path zvprintPath() {
 }
 
 Outcome runZvprintMerged(const std::string &arguments) {
-  // Always the virtual printer, even on a machine with a powered adapter.
+  // Always the virtual printer, even on a machine with a powered adapter;
+  // never a terminal to ask on.
   const std::string command =
-      "ZVPRINT_BACKEND=sim " + zvprintPath().string() + " " + arguments + " 2>&1";
+      "ZVPRINT_BACKEND=sim " + zvprintPath().string() + " " + arguments + " </dev/null 2>&1";
   Outcome result;
   FILE *pipe = popen(command.c_str(), "r");
   if (!pipe) return result;
